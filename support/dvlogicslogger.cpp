@@ -1,1 +1,302 @@
-// placeholder
+#include "support/dvlogicslogger.h"
+
+#include "support/dvclock.h"
+#include "support/dvtext.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <mutex>
+#include <new>
+#include <sys/stat.h>
+#include <sys/types.h>
+
+std::atomic<bool> logCR2CAPI{true};
+std::atomic<bool> logCAPI2CR{true};
+std::atomic<bool> logCom2CAPI{true};
+std::atomic<bool> logCAPI2Com{true};
+std::atomic<bool> logDVDEBUG{true};
+
+DVLogicsLogger* DVLogicsLogger::m_logInstance = nullptr;
+
+namespace {
+
+// English names, as asctime writes them whatever the locale says.
+const char* const kWeekdays[7] = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
+const char* const kMonths[12] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                 "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+
+// The lock and the instance live in static storage that is never torn down:
+// a report may still be logged from the device thread while the library is
+// being unloaded, and a heap instance would show up as a leak once the
+// library's globals are unmapped.
+std::mutex& loggerMutex()
+{
+    alignas(std::mutex) static unsigned char storage[sizeof(std::mutex)];
+    static std::mutex* mutex = new (storage) std::mutex;
+    return *mutex;
+}
+
+alignas(DVLogicsLogger) unsigned char g_instanceStorage[sizeof(DVLogicsLogger)];
+
+int weekOfYear(const struct tm& t)
+{
+    char week[4];
+    strftime(week, sizeof week, "%W", &t);
+    return atoi(week);
+}
+
+// Local time of the current second, computed once per second (under the lock).
+struct TimeCache {
+    time_t second = -1;
+    struct tm local = {};
+    char week[4] = "";
+    char date[11] = "";
+};
+TimeCache g_timeCache;
+
+const TimeCache& localTimeOf(time_t second)
+{
+    if (second != g_timeCache.second) {
+        g_timeCache.second = second;
+        g_timeCache.local = dvLocalTime(second);
+        strftime(g_timeCache.week, sizeof g_timeCache.week, "%W", &g_timeCache.local);
+        strftime(g_timeCache.date, sizeof g_timeCache.date, "%Y-%m-%d", &g_timeCache.local);
+    }
+    return g_timeCache;
+}
+
+enum HeadResult { HEAD_EMPTY, HEAD_NUMBER, HEAD_OTHER };
+
+// Reads the number that starts a log file: "w<week>" in the weekday files,
+// "<year>" in the error file. Mirrors scanf: a file that ends before a
+// number could start counts as empty.
+HeadResult readHead(FILE* file, bool weekPrefix, long* number)
+{
+    char head[64];
+    const size_t n = fread(head, 1, sizeof head - 1, file);
+    head[n] = '\0';
+    size_t i = 0;
+    if (weekPrefix) {
+        if (n == 0)
+            return HEAD_EMPTY;
+        if (head[0] != 'w')
+            return HEAD_OTHER;
+        i = 1;
+    }
+    while (i < n && (head[i] == ' ' || (head[i] >= '\t' && head[i] <= '\r')))
+        ++i;
+    if (i >= n)
+        return n == sizeof head - 1 ? HEAD_OTHER : HEAD_EMPTY;
+    char* end = nullptr;
+    errno = 0;
+    const long value = strtol(head + i, &end, 10);
+    if (end == head + i || errno == ERANGE)
+        return HEAD_OTHER;
+    *number = value;
+    return HEAD_NUMBER;
+}
+
+// A file that belongs to another week (weekday files) or another year (the
+// error file) is emptied; an empty file or one of this period is kept.
+FILE* dropStaleContent(FILE* file, const char* path, bool weekFile, const struct tm& now)
+{
+    const long position = ftell(file);
+    rewind(file);
+    long number = 0;
+    const HeadResult head = readHead(file, weekFile, &number);
+    if (head == HEAD_EMPTY) {
+        fseek(file, position, SEEK_SET);
+        return file;
+    }
+    const long current = weekFile ? weekOfYear(now) : now.tm_year + 1900L;
+    if (head == HEAD_NUMBER && number == current) {
+        fseek(file, position, SEEK_SET);
+        return file;
+    }
+    fclose(file);
+    FILE* truncated = fopen(path, "w");
+    if (truncated)
+        fclose(truncated);
+    return fopen(path, "a+");
+}
+
+// directory + "/" + base + "_" + period + ".log"; false when it does not fit.
+bool buildPath(char (&out)[256], const std::string& directory, const char* base, const char* period)
+{
+    const std::string path = directory + "/" + base + "_" + period + ".log";
+    if (path.size() >= sizeof out) {
+        out[0] = '\0';
+        return false;
+    }
+    memcpy(out, path.c_str(), path.size() + 1);
+    return true;
+}
+
+} // namespace
+
+DVLogicsLogger::DVLogicsLogger()
+    : m_pAPILogFile(nullptr),
+      m_pLOGICSLogFile(nullptr),
+      m_pERRORLogFile(nullptr),
+      m_szLoggingDate(),
+      m_szWeekday(),
+      m_strAPILogFileName(),
+      m_strLOGICSLogFileName(),
+      m_strERRORLogFileName(),
+      m_pLogFilePath(nullptr),
+      m_strDefaultLogFilePath(),
+      m_szAPILogFilePath(),
+      m_szLOGICSLogFilePath(),
+      m_szERRORLogFilePath()
+{
+    strcpy(m_strAPILogFileName, "dvapi");
+    strcpy(m_strLOGICSLogFileName, "dvlogic");
+    strcpy(m_strERRORLogFileName, "dverror");
+
+    const char* home = getenv("HOME");
+    if (home)
+        snprintf(m_strDefaultLogFilePath, sizeof m_strDefaultLogFilePath, "%s/temp", home);
+    else
+        strcpy(m_strDefaultLogFilePath, "temp");
+
+    const char* directory = getenv("DVLOGS");
+    if (!directory)
+        directory = getenv("LOGFILE"); // names a directory, not a file
+    m_strChosenLogFilePath = directory ? directory : m_strDefaultLogFilePath;
+    m_pLogFilePath = m_strChosenLogFilePath.c_str();
+
+    // Only the last component is made; its parents must exist.
+    if (mkdir(m_pLogFilePath, 0775) != 0 && errno != EEXIST) {
+        perror("InitLogFile: mkdir failed");
+        m_pLogFilePath = nullptr;
+        return; // no files, no date: the next line tries again
+    }
+
+    const struct tm now = dvLocalTime(dvNow().tv_sec);
+    const char* weekday = kWeekdays[(now.tm_wday % 7 + 7) % 7];
+    const char* month = kMonths[(now.tm_mon % 12 + 12) % 12];
+    strcpy(m_szWeekday, weekday);
+    strftime(m_szLoggingDate, sizeof m_szLoggingDate, "%Y-%m-%d", &now);
+
+    // The directory text went through printf as its own format: "%%" is "%".
+    const std::string directoryText = dvUnescapePercent(m_pLogFilePath);
+    struct Target {
+        FILE** file;
+        char (*path)[256];
+        const char* base;
+        const char* period;
+        bool weekFile;
+    } targets[] = {
+        {&m_pAPILogFile, &m_szAPILogFilePath, m_strAPILogFileName, weekday, true},
+        {&m_pLOGICSLogFile, &m_szLOGICSLogFilePath, m_strLOGICSLogFileName, weekday, true},
+        {&m_pERRORLogFile, &m_szERRORLogFilePath, m_strERRORLogFileName, month, false},
+    };
+    for (Target& t : targets) {
+        if (!buildPath(*t.path, directoryText, t.base, t.period))
+            continue; // a path that does not fit is not opened
+        FILE* file = fopen(*t.path, "a+");
+        if (file)
+            file = dropStaleContent(file, *t.path, t.weekFile, now);
+        *t.file = file;
+    }
+}
+
+DVLogicsLogger::~DVLogicsLogger()
+{
+    closeFiles();
+}
+
+void DVLogicsLogger::closeFiles()
+{
+    for (FILE** file : {&m_pAPILogFile, &m_pLOGICSLogFile, &m_pERRORLogFile}) {
+        if (*file) {
+            fclose(*file);
+            *file = nullptr;
+        }
+    }
+}
+
+void DVLogicsLogger::LogMessage(const char* message, LOGTYPES type, LOGFILES file)
+{
+    std::lock_guard<std::mutex> lock(loggerMutex());
+    writeLocked(message ? message : "", type, file);
+}
+
+void DVLogicsLogger::LogMessage(const char* message, LOGTYPES type, LOGFILES file1, LOGFILES file2)
+{
+    LogMessage(message, type, file1);
+    LogMessage(message, type, file2);
+}
+
+void DVLogicsLogger::writeLocked(const char* message, LOGTYPES type, LOGFILES file)
+{
+    if (!m_logInstance)
+        m_logInstance = new (g_instanceStorage) DVLogicsLogger();
+
+    const struct timeval now = dvNow();
+    const TimeCache& local = localTimeOf(now.tv_sec);
+    char stamp[48];
+    snprintf(stamp, sizeof stamp, "w%s %.2d:%.2d:%.2d.%03ld", local.week, local.local.tm_hour,
+             local.local.tm_min, local.local.tm_sec, static_cast<long>(now.tv_usec / 1000));
+
+    // A new local date: close this day's files and start over.
+    if (strcmp(m_logInstance->m_szLoggingDate, local.date) != 0) {
+        m_logInstance->~DVLogicsLogger();
+        m_logInstance = new (g_instanceStorage) DVLogicsLogger();
+    }
+
+    FILE* stream = nullptr;
+    char prefix[32] = "";
+    switch (file) {
+    case DVAPILOG:
+        stream = m_logInstance->m_pAPILogFile;
+        break;
+    case DVLOGICSLOG:
+        stream = m_logInstance->m_pLOGICSLogFile;
+        break;
+    case DVERRORLOG:
+        stream = m_logInstance->m_pERRORLogFile;
+        snprintf(prefix, sizeof prefix, "%s %s ", local.date,
+                 kWeekdays[(local.local.tm_wday % 7 + 7) % 7]);
+        break;
+    default:
+        return;
+    }
+    if (!stream)
+        return;
+
+    if (type == CR2API && logCR2CAPI.load(std::memory_order_relaxed))
+        fprintf(stream, "%s%s => %s\n", prefix, stamp, message);
+    else if (type == API2CR && logCAPI2CR.load(std::memory_order_relaxed))
+        fprintf(stream, "%s%s <= %s\n", prefix, stamp, message);
+    else if (type == DV2API && logCom2CAPI.load(std::memory_order_relaxed))
+        fprintf(stream, "%s%s <- %s\n", prefix, stamp, message);
+    else if (type == API2DV && logCAPI2Com.load(std::memory_order_relaxed))
+        fprintf(stream, "%s%s -> %s\n", prefix, stamp, message);
+    else if (type == DVDEBUG && logDVDEBUG.load(std::memory_order_relaxed))
+        fprintf(stream, "%s%s == %s\n", prefix, stamp, message);
+    else if (type == DVERROR || type == DVERROR2)
+        fprintf(stream, "%s%s !! %s\n", prefix, stamp, message);
+    else if (type == DVCONFIG)
+        fprintf(stream, "%s%s ## %s\n", prefix, stamp, message);
+    fflush(stream);
+}
+
+void DVLogicsLogger::TerminateDVLogicsLogger()
+{
+    std::lock_guard<std::mutex> lock(loggerMutex());
+    if (m_logInstance)
+        m_logInstance->closeFiles();
+}
+
+void DVLogicsLogger::ResetForTesting()
+{
+    std::lock_guard<std::mutex> lock(loggerMutex());
+    if (m_logInstance) {
+        m_logInstance->~DVLogicsLogger();
+        m_logInstance = nullptr;
+    }
+    g_timeCache.second = -1;
+}
