@@ -371,7 +371,8 @@ DVSIM_API long long dvsim_clock_now(void);
  * Puts the device back into its configured start state: the defaults, or
  * the last scenario loaded. Session closed, no fault, no pending work or
  * reports, forced answers and report corruptions cancelled, the inventory
- * and profile as configured. The logs and the link are kept.
+ * and profile as configured, the clock back on the monotonic clock. The
+ * logs and the link are kept. Loading a scenario does the same.
  * Returns DVSIM_OK.
  */
 DVSIM_API int dvsim_reset_model(void);

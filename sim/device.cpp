@@ -118,6 +118,7 @@ void Device::reset()
         s.armed.push_back({f.trigger, f.nth, f.code, f.text.empty() ? faultText(f.code) : f.text});
     m_s = std::move(s);
     seed(m_cfg.seed);
+    setManualClock(false);
 }
 
 // ---------------------------------------------------------------------------

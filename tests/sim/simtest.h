@@ -166,7 +166,7 @@ class Sim : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        dvsim_reset_model();
+        dvsim_load_scenario_text("", nullptr, 0); // the built-in configuration
         dvsim_clear_logs();
         clearReports();
         setHook(nullptr);
