@@ -336,7 +336,9 @@ enum { DVSIM_PROFILE_FAST = 0, DVSIM_PROFILE_REALISTIC = 1 };
 enum {
     DVSIM_TIMING_ANSWER_LATENCY = 0, /**< dv_002 takes this long to answer */
     DVSIM_TIMING_REPORT_LATENCY = 1, /**< from the answer to the first report */
-    DVSIM_TIMING_REPORT_GAP = 2,     /**< between reports sent together */
+    DVSIM_TIMING_REPORT_GAP = 2,     /**< at least this between two reports of the
+                                          device (not raw injected ones), so that a
+                                          poller sees each report before the next */
     DVSIM_TIMING_COUNT = 3,          /**< counting one inserted note or coin */
     DVSIM_TIMING_WORKING_MIN = 4,    /**< shortest working phase (status 1) of a cash-out */
     DVSIM_TIMING_PAYOUT_ITEM = 5,    /**< per note or coin paid out */

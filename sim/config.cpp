@@ -49,7 +49,7 @@ Timing profileTiming(int profile)
     if (profile == ProfileRealistic) {
         t.answerLatency = 20;
         t.reportLatency = 40;
-        t.reportGap = 5;
+        t.reportGap = 50;
         t.count = 700;
         t.workingMin = 400;
         t.payoutItem = 250;

@@ -181,6 +181,9 @@ void Device::schedule(Ms due, std::function<void(Ms)> fn)
     m_s.timeline.insert(it, Step{due, std::move(fn)});
 }
 
+// Queues a report for at, but never sooner than reportGap after the one
+// before it: a poller that waits for one report type at a time must see each
+// report before the next replaces it. Returns when the report goes out.
 Ms Device::emit(Ms at, const std::string& text)
 {
     if (!m_linked)
@@ -188,8 +191,12 @@ Ms Device::emit(Ms at, const std::string& text)
     Ms due = at;
     if (!m_s.outbox.empty() && m_s.outbox.back().due > due)
         due = m_s.outbox.back().due;
+    if (m_s.reported && due < m_s.lastReport + m_s.timing.reportGap)
+        due = m_s.lastReport + m_s.timing.reportGap;
     m_s.outbox.push_back(Outgoing{due, text});
-    return due + m_s.timing.reportGap;
+    m_s.lastReport = due;
+    m_s.reported = true;
+    return due;
 }
 
 bool Device::takeReport(Ms now, std::string& out)
@@ -392,12 +399,12 @@ bool Device::fire(int trigger, DeviceState::Armed& fired)
 void Device::enterFault(Ms at, int code, const std::string& text)
 {
     m_s.timeline.clear(); // work in progress is abandoned
+    m_s.waitingNotes.clear();
     m_s.working = false;
     m_s.counting = false;
     m_s.fault = true;
     m_s.faultCode = code;
     m_s.faultText = text;
-    m_s.freeAt = at;
     emit(at, report('b', errorTail(code, text)));
 }
 
@@ -450,42 +457,46 @@ int Device::insert(long value)
     if (!find(value))
         return DVSIM_E_NOTFOUND;
     DeviceState::Armed jam{};
-    bool jams = fire(DVSIM_AT_INSERT, jam);
-    // One note at a time: a note inserted while another is counted waits.
-    bool queued = m_s.working;
-    Ms start = queued ? m_s.freeAt : now + m_s.timing.reportLatency;
-    Ms finish = start + m_s.timing.count + jitter();
-    m_s.freeAt = finish;
-    if (queued) {
-        schedule(start, [this](Ms at) {
-            m_s.working = true;
-            m_s.counting = true;
-            emit(at, report('a'));
-        });
-    } else {
-        m_s.working = true;
-        m_s.counting = true;
-        emit(start, report('a'));
-    }
-    schedule(finish, [this, value, jams, jam](Ms at) {
-        if (jams) {
-            enterFault(at, jam.code, jam.text); // the note is stuck, not credited
-            return;
-        }
-        Denomination* d = find(value);
-        if (d && d->count < 99999)
-            ++d->count;
-        Ms t = at;
-        for (const std::string& tail : levelChanges())
-            t = emit(t, report('b', tail));
-        m_s.paidIn += value;
-        m_s.inserted.push_back(value);
-        m_s.working = false;
-        m_s.counting = false;
-        emit(t, report('a'));
-    });
+    DeviceState::Note note{value, fire(DVSIM_AT_INSERT, jam), jam.code, jam.text};
+    if (m_s.counting)
+        m_s.waitingNotes.push_back(note); // one note at a time: it waits its turn
+    else
+        startCounting(now + m_s.timing.reportLatency, note);
     settle();
     return DVSIM_OK;
+}
+
+void Device::startCounting(Ms at, const DeviceState::Note& note)
+{
+    m_s.working = true;
+    m_s.counting = true;
+    Ms start = emit(at, report('a')); // counting is seen from this report on
+    Ms finish = start + m_s.timing.count + jitter();
+    schedule(finish, [this, note](Ms t) { finishCounting(t, note); });
+}
+
+void Device::finishCounting(Ms at, const DeviceState::Note& note)
+{
+    if (note.jams) {
+        enterFault(at, note.code, note.text); // the note is stuck, not credited
+        return;
+    }
+    Denomination* d = find(note.value);
+    if (d && d->count < 99999)
+        ++d->count;
+    Ms t = at;
+    for (const std::string& tail : levelChanges())
+        t = emit(t, report('b', tail));
+    m_s.paidIn += note.value;
+    m_s.inserted.push_back(note.value);
+    m_s.working = false;
+    m_s.counting = false;
+    t = emit(t, report('a'));
+    if (!m_s.waitingNotes.empty()) {
+        DeviceState::Note next = m_s.waitingNotes.front();
+        m_s.waitingNotes.pop_front();
+        startCounting(t, next);
+    }
 }
 
 // ---------------------------------------------------------------------------
@@ -513,10 +524,9 @@ std::string Device::startCashOut(Ms at, CashOut kind, long amount, char letter, 
     }
     m_s.working = true;
     m_s.counting = false;
-    emit(at, report('a'));
+    at = emit(at, report('a')); // working is seen from this report on
     Ms duration = std::max<Ms>(m_s.timing.workingMin, static_cast<Ms>(items) * m_s.timing.payoutItem) + jitter();
     Ms end = at + duration;
-    m_s.freeAt = end;
     schedule(end, [this, kind, amount, fails, f](Ms t) { finishCashOut(t, kind, amount, fails, f.code, f.text); });
     return answer(letter, '0', '0', what);
 }
@@ -764,7 +774,11 @@ int Device::injectReport(const std::string& text)
         return DVSIM_E_ARG;
     if (!m_linked)
         return DVSIM_E_STATE;
-    emit(now(), text);
+    // Raw reports queue behind the device's own but keep no gap of their own.
+    Ms due = now();
+    if (!m_s.outbox.empty() && m_s.outbox.back().due > due)
+        due = m_s.outbox.back().due;
+    m_s.outbox.push_back(Outgoing{due, text});
     return DVSIM_OK;
 }
 

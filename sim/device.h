@@ -48,7 +48,13 @@ struct DeviceState {
     int payin = 3;            // idle status: 0 pay-in enabled, 3 disabled (always 3 when closed)
     bool working = false;     // status 1: counting a note or paying out
     bool counting = false;    // the work is counting inserted cash (more may queue)
-    Ms freeAt = 0;            // when the work planned so far ends
+    struct Note {             // a note or coin inserted, with its fate
+        long value;
+        bool jams;            // an armed fault makes it jam
+        int code;
+        std::string text;
+    };
+    std::deque<Note> waitingNotes; // inserted while another is being counted
     bool fault = false;       // status 2 until a reset
     int faultCode = 0;
     std::string faultText;
@@ -85,6 +91,8 @@ struct DeviceState {
     // --- timed work and reports on their way
     std::deque<Step> timeline;   // ordered by due
     std::deque<Outgoing> outbox; // ordered by due, delivered in order
+    Ms lastReport = 0;           // when the last report of the device goes out
+    bool reported = false;       // lastReport is set
 };
 
 class Device {
@@ -167,6 +175,8 @@ private:
     Denomination* find(long value);
     std::vector<std::string> levelChanges();
     void recomputeLevels();
+    void startCounting(Ms at, const DeviceState::Note& note);
+    void finishCounting(Ms at, const DeviceState::Note& note);
     std::string startCashOut(Ms at, CashOut kind, long amount, char letter, const char* what);
     void finishCashOut(Ms at, CashOut kind, long amount, bool fail, int code, const std::string& text);
     std::string askPayout(Ms at, long amount);

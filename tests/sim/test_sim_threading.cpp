@@ -122,6 +122,7 @@ TEST_F(SimThreading, InitiateWhileOpenReplacesTheLink)
 TEST_F(SimThreading, WorkingPhaseLastsItsConfiguredTimeOnTheModelClock)
 {
     ASSERT_EQ(DVSIM_OK, dvsim_clock_manual(1));
+    ASSERT_EQ(DVSIM_OK, dvsim_set_timing(DVSIM_TIMING_REPORT_GAP, 0));
     send(kLogin);
     ASSERT_EQ(DVSIM_OK, dvsim_clock_advance(1)); // report latency
     ASSERT_EQ(DVSIM_OK, dvsim_wait_idle(5000));
@@ -137,6 +138,37 @@ TEST_F(SimThreading, WorkingPhaseLastsItsConfiguredTimeOnTheModelClock)
         ASSERT_EQ(DVSIM_OK, dvsim_wait_idle(5000));
     }
     EXPECT_EQ(DVSIM_E_STATE, (dvsim_clock_manual(0), dvsim_clock_advance(1)));
+}
+
+TEST_F(SimThreading, ReportsOfOneSequenceKeepTheirGap)
+{
+    // A poller that waits for "c", then "b", then "a" must see each one.
+    ASSERT_EQ(DVSIM_OK, dvsim_load_scenario_text("denomination 100 count 0\n", nullptr, 0));
+    login();
+    unsigned gap = 0;
+    ASSERT_EQ(DVSIM_OK, dvsim_get_timing(DVSIM_TIMING_REPORT_GAP, &gap));
+    ASSERT_GE(gap, 20u);
+    ASSERT_EQ(DVSIM_OK, dvsim_clock_manual(1));
+    ASSERT_EQ(DVSIM_OK, dvsim_clock_advance(gap)); // well after the login report
+    clearReports();
+    send(cmd({"d", "00000100"}));
+    // Until a report is due nothing is delivered; once due, it goes out.
+    auto deliveredUpTo = [](unsigned pending) {
+        for (int i = 0; i < 5000 && status().pending_reports != pending; ++i)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        return status().pending_reports;
+    };
+    EXPECT_EQ(3u, status().pending_reports);
+    ASSERT_EQ(DVSIM_OK, dvsim_clock_advance(1)); // report latency: "c" is due
+    EXPECT_EQ(2u, deliveredUpTo(2));
+    for (unsigned left : {1u, 0u}) {
+        ASSERT_EQ(DVSIM_OK, dvsim_clock_advance(gap - 1));
+        EXPECT_EQ(left + 1, status().pending_reports); // not yet
+        ASSERT_EQ(DVSIM_OK, dvsim_clock_advance(1));
+        EXPECT_EQ(left, deliveredUpTo(left));
+    }
+    ASSERT_EQ(DVSIM_OK, dvsim_wait_idle(5000));
+    EXPECT_EQ((std::vector<std::string>{"c0000010001", "b000000000100 1 EUR        ", "a0000000001"}), reports());
 }
 
 TEST_F(SimThreading, RealisticProfileIsSlowerAndJittered)
