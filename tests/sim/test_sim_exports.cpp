@@ -6,6 +6,8 @@
 #include <set>
 #include <string>
 
+extern "C" int dvsim_header_is_c(void);
+
 namespace {
 
 std::string run(const std::string& command)
@@ -53,6 +55,11 @@ TEST(SimExports, OnlyTheEntryPointsAndTheControlInterface)
             got.insert(line.substr(sp + 1));
     }
     EXPECT_EQ(expected, got);
+}
+
+TEST(SimExports, HeaderIsValidC)
+{
+    EXPECT_GT(dvsim_header_is_c(), 0); // compiled from a C file
 }
 
 TEST(SimExports, SonameIsTheCommunicationLibrary)

@@ -86,6 +86,7 @@ TEST_F(SimProtocol, SessionCommands)
 TEST_F(SimProtocol, InsertThenPayoutEndsTheTransaction)
 {
     login();
+    EXPECT_EQ(DVSIM_E_NOTFOUND, dvsim_insert(7)); // no such coin
     play({
         {"@insert 1000", '0', {"a0000000011", "a0000100001"}},
         {"@insert 500", '0', {"a0000100011", "a0000150001"}},

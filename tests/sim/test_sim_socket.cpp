@@ -146,28 +146,6 @@ TEST_F(SimSocket, BadCommandsGetAClearErrorLine)
     EXPECT_EQ(0u, c.ask("help").find("ok commands:"));
 }
 
-TEST_F(SimSocket, ControlLinesChangeTheBehaviour)
-{
-    Client c(socketPath());
-    ASSERT_TRUE(c.connected());
-    EXPECT_EQ("ok legacy on", c.ask("legacy on"));
-    EXPECT_EQ(1, status().legacy);
-    EXPECT_EQ("ok", c.ask("answer busy 2"));
-    EXPECT_EQ('1', code(send("b")));
-    EXPECT_EQ('1', code(send("b")));
-    EXPECT_EQ('0', code(send("b")));
-    EXPECT_EQ("ok profile realistic", c.ask("profile realistic"));
-    EXPECT_EQ("ok", c.ask("timing count 15"));
-    unsigned ms = 0;
-    dvsim_get_timing(DVSIM_TIMING_COUNT, &ms);
-    EXPECT_EQ(15u, ms);
-    EXPECT_EQ("ok", c.ask("session CR/WD 1500"));
-    EXPECT_EQ("ok idle", c.ask("idle"));
-    EXPECT_EQ("b0000000030CR/WD00001500", reports().back());
-    EXPECT_EQ("ok model reset", c.ask("reset-model"));
-    EXPECT_EQ(0, status().legacy);
-}
-
 TEST_F(SimSocket, ToolSendsOneCommandAndReportsTheOutcome)
 {
     std::string out;

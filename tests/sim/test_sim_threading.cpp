@@ -170,21 +170,3 @@ TEST_F(SimThreading, ReportsOfOneSequenceKeepTheirGap)
     ASSERT_EQ(DVSIM_OK, dvsim_wait_idle(5000));
     EXPECT_EQ((std::vector<std::string>{"c0000010001", "b000000000100 1 EUR        ", "a0000000001"}), reports());
 }
-
-TEST_F(SimThreading, RealisticProfileIsSlowerAndJittered)
-{
-    unsigned fast = 0, real = 0;
-    ASSERT_EQ(DVSIM_OK, dvsim_get_timing(DVSIM_TIMING_COUNT, &fast));
-    ASSERT_EQ(DVSIM_OK, dvsim_set_profile(DVSIM_PROFILE_REALISTIC));
-    ASSERT_EQ(DVSIM_OK, dvsim_get_timing(DVSIM_TIMING_COUNT, &real));
-    EXPECT_GT(real, fast);
-    unsigned jitter = 0;
-    ASSERT_EQ(DVSIM_OK, dvsim_get_timing(DVSIM_TIMING_JITTER, &jitter));
-    EXPECT_GT(jitter, 0u);
-    EXPECT_EQ(DVSIM_E_ARG, dvsim_set_profile(7));
-    EXPECT_EQ(DVSIM_E_ARG, dvsim_set_timing(DVSIM_TIMING_COUNT, 600001));
-    EXPECT_EQ(DVSIM_E_ARG, dvsim_set_timing(99, 1));
-    dvsim_reset_model();
-    ASSERT_EQ(DVSIM_OK, dvsim_get_timing(DVSIM_TIMING_COUNT, &real));
-    EXPECT_EQ(fast, real);
-}
