@@ -300,7 +300,7 @@ TEST_F(ReportTest, TextsHandedToTheTillAreCutToTheirCapacities)
     const std::string tail = std::string(30, '1') + " " + std::string(200, 'E'); // a high level
     sendCashLevelEvent(tail);
     ASSERT_EQ(events("warning").size(), 1u);
-    const auto& w = events("warning")[0];
+    const dvtest::Event w = events("warning")[0];
     EXPECT_EQ(w.texts[1], std::string(DV_LEVEL_DENOMINATION_SIZE - 1, '1'));
     EXPECT_EQ(w.texts[2].size(), static_cast<size_t>(DV_LEVEL_WARNING_SIZE - 1));
     EXPECT_EQ(w.texts[3].size(), static_cast<size_t>(DV_LEVEL_EXTINFO_SIZE - 1));
