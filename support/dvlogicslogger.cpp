@@ -1,6 +1,7 @@
 #include "support/dvlogicslogger.h"
 
 #include "support/dvclock.h"
+#include "support/dvinitorder.h"
 #include "support/dvtext.h"
 
 #include <cerrno>
@@ -290,6 +291,14 @@ void DVLogicsLogger::TerminateDVLogicsLogger()
     if (m_logInstance)
         m_logInstance->closeFiles();
 }
+
+namespace {
+// Last of all at unload (after the device link has closed the files), the
+// instance itself goes, so that nothing it holds outlives the library.
+struct LoggerRelease {
+    ~LoggerRelease() { DVLogicsLogger::ResetForTesting(); }
+} g_loggerRelease DV_INIT_SUPPORT;
+} // namespace
 
 void DVLogicsLogger::ResetForTesting()
 {

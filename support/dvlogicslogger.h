@@ -56,8 +56,8 @@ public:
     // are dropped and the first line of a later date opens new files.
     static void TerminateDVLogicsLogger();
 
-    // Tests: forget the instance (closing its files) so that the next line
-    // builds a new one from the environment.
+    // Forgets the instance (closing its files) so that the next line builds
+    // a new one from the environment. Used by tests, and at unload.
     static void ResetForTesting();
 
     ~DVLogicsLogger();

@@ -171,6 +171,7 @@ TEST_F(LoggerTest, ConcurrentLinesNeverInterleave)
         for (int i = 0; i < 500; ++i)
             DVLogicsLogger::LogMessage(text, DVDEBUG, DVLOGICSLOG);
     };
+    dvtest::fakeNow().sec = dvtest::kMon20261116_235959;
     std::thread t1(writer, a), t2(writer, b);
     // Flip the date back and forth while both write, so that the instance is
     // replaced under them again and again.
