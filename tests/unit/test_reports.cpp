@@ -146,6 +146,19 @@ TEST_F(ReportTest, LevelTails)
     }
 }
 
+TEST_F(ReportTest, EmptyTailGoesToTheCashLevelDelivery)
+{
+    // The level path reads nothing from an empty list: no callback, and the
+    // unreadable level counts as a low one.
+    g_nLastCallbackStatus = 0;
+    g_nLastCallbackMode = 1;
+    g_nCurrentLowLevelWarningState = LOW_LEVEL_WARNING_FALSE;
+    feed("b0000000001");
+    EXPECT_TRUE(events().empty());
+    EXPECT_EQ(g_nCurrentLowLevelWarningState.load(), LOW_LEVEL_WARNING_TRUE);
+    EXPECT_EQ(errors(), (std::vector<std::string>{"!! getCashLevels: wrong message length: "}));
+}
+
 TEST_F(ReportTest, StatusChangeOnABReportIsSentFirst)
 {
     g_nLastCallbackStatus = 0;
