@@ -231,28 +231,47 @@ LineEditor::Result LineEditor::apply(Key key, char ch)
 }
 
 // ---- The terminal ----------------------------------------------------------
+//
+// The terminal stays in raw mode for the whole console session, not only
+// while a line is typed: keys pressed while a command runs then wait, not
+// echoed, until the next prompt takes them (in the terminal's normal mode
+// they would be echoed into the output, and Ctrl-D would be lost). Signals
+// stay on: Ctrl-C at the prompt drops the line, during a command it ends
+// dvcli; Ctrl-Z is off, so that the terminal is never left in raw mode.
 
 namespace {
 
 struct termios g_saved;
 volatile sig_atomic_t g_raw = 0;
+volatile sig_atomic_t g_atPrompt = 0;
+volatile sig_atomic_t g_interrupted = 0;
 
+// TCSANOW, not TCSAFLUSH: lines typed or pasted ahead must survive the
+// switches between raw and normal mode.
 void restoreTerminal()
 {
     if (g_raw) {
-        tcsetattr(STDIN_FILENO, TCSAFLUSH, &g_saved);
+        tcsetattr(STDIN_FILENO, TCSANOW, &g_saved);
         g_raw = 0;
     }
 }
 
-// A signal that ends dvcli while a line is being typed must not leave the
-// terminal in raw mode.
+// A signal that ends dvcli must not leave the terminal in raw mode.
 extern "C" void onFatalSignal(int signal)
 {
     if (g_raw)
-        tcsetattr(STDIN_FILENO, TCSAFLUSH, &g_saved);
+        tcsetattr(STDIN_FILENO, TCSANOW, &g_saved);
     std::signal(signal, SIG_DFL);
     std::raise(signal);
+}
+
+extern "C" void onInterrupt(int signal)
+{
+    if (g_atPrompt) {
+        g_interrupted = 1;
+        return;
+    }
+    onFatalSignal(signal);
 }
 
 bool enterRawMode()
@@ -261,10 +280,11 @@ bool enterRawMode()
         return false;
     struct termios raw = g_saved;
     raw.c_iflag &= static_cast<tcflag_t>(~(ICRNL | IXON | INLCR | IGNCR));
-    raw.c_lflag &= static_cast<tcflag_t>(~(ICANON | ECHO | ISIG | IEXTEN));
+    raw.c_lflag &= static_cast<tcflag_t>(~(ICANON | ECHO | IEXTEN));
     raw.c_cc[VMIN] = 1;
     raw.c_cc[VTIME] = 0;
-    if (tcsetattr(STDIN_FILENO, TCSAFLUSH, &raw) != 0)
+    raw.c_cc[VSUSP] = _POSIX_VDISABLE;
+    if (tcsetattr(STDIN_FILENO, TCSANOW, &raw) != 0)
         return false;
     g_raw = 1;
     return true;
@@ -276,10 +296,16 @@ LineReader::LineReader(std::string prompt, std::vector<std::string> words)
     : m_prompt(std::move(prompt)), m_interactive(isatty(STDIN_FILENO) && isatty(STDOUT_FILENO)),
       m_editor(std::move(words))
 {
-    if (m_interactive) {
-        for (int s : {SIGTERM, SIGHUP, SIGQUIT})
-            std::signal(s, onFatalSignal);
-    }
+    if (!m_interactive)
+        return;
+    for (int s : {SIGTERM, SIGHUP, SIGQUIT, SIGABRT, SIGSEGV})
+        std::signal(s, onFatalSignal);
+    struct sigaction interrupt = {};
+    interrupt.sa_handler = onInterrupt;
+    sigemptyset(&interrupt.sa_mask);
+    interrupt.sa_flags = 0; // no SA_RESTART: the prompt's poll returns
+    sigaction(SIGINT, &interrupt, nullptr);
+    m_interactive = enterRawMode();
 }
 
 LineReader::~LineReader()
@@ -301,37 +327,39 @@ bool LineReader::read(std::string& line)
 bool LineReader::readEdited(std::string& line)
 {
     Output& out = Output::instance();
-    if (!enterRawMode()) {
-        m_interactive = false;
-        return read(line);
-    }
     KeyDecoder decoder;
     m_editor.start();
     out.editShow(m_prompt, "", 0);
+    g_interrupted = 0;
+    g_atPrompt = 1;
     bool gotLine = false;
     for (;;) {
         struct pollfd fd = {STDIN_FILENO, POLLIN, 0};
         // A lone Escape is dropped when nothing follows it quickly.
         const int ready = poll(&fd, 1, decoder.pending() ? 50 : -1);
-        if (ready < 0 && errno == EINTR)
-            continue;
-        if (ready == 0) {
+        Key key = Key::Redraw;
+        char ch = 0;
+        if (ready < 0 && errno == EINTR) {
+            if (!g_interrupted)
+                continue;
+            g_interrupted = 0;
+            key = Key::Interrupt;
+        } else if (ready == 0) {
             decoder.reset();
             continue;
+        } else {
+            unsigned char byte = 0;
+            const ssize_t n = ::read(STDIN_FILENO, &byte, 1);
+            if (n < 0 && errno == EINTR)
+                continue;
+            if (n <= 0) { // the terminal went away
+                gotLine = !m_editor.text().empty();
+                line = m_editor.text();
+                break;
+            }
+            if (!decoder.feed(byte, key, ch))
+                continue;
         }
-        unsigned char byte = 0;
-        const ssize_t n = ::read(STDIN_FILENO, &byte, 1);
-        if (n < 0 && errno == EINTR)
-            continue;
-        if (n <= 0) { // the terminal went away
-            gotLine = !m_editor.text().empty();
-            line = m_editor.text();
-            break;
-        }
-        Key key;
-        char ch;
-        if (!decoder.feed(byte, key, ch))
-            continue;
         const LineEditor::Result result = m_editor.apply(key, ch);
         if (result == LineEditor::Result::Done) {
             line = m_editor.text();
@@ -356,8 +384,8 @@ bool LineReader::readEdited(std::string& line)
         }
         out.editShow(m_prompt, m_editor.text(), m_editor.cursor());
     }
+    g_atPrompt = 0;
     out.editDone();
-    restoreTerminal();
     return gotLine;
 }
 

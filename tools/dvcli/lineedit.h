@@ -1,7 +1,7 @@
 // A small line editor for the console: keys from the terminal's bytes, an
 // editing buffer with history and completion of command names, and a
-// reader that puts the terminal into raw mode only while a line is typed.
-// Without a terminal the reader just reads lines.
+// reader that keeps the terminal in raw mode while it exists. Without a
+// terminal the reader just reads lines.
 #ifndef DVCLI_LINEEDIT_H
 #define DVCLI_LINEEDIT_H
 
@@ -54,7 +54,7 @@ public:
     // After Tab: the names that fit when more than one does.
     const std::vector<std::string>& candidates() const { return m_candidates; }
 
-    static const size_t kHistoryLimit = 500;
+    static constexpr size_t kHistoryLimit = 500;
 
 private:
     void complete();
