@@ -48,24 +48,106 @@ int weekOfYear(const struct tm& t)
     return atoi(week);
 }
 
-// Local time of the current second, computed once per second (under the lock).
+// Local time of the current second, computed once per second (under the lock),
+// with the parts of a line that change only once a second.
 struct TimeCache {
     time_t second = -1;
     struct tm local = {};
     char week[4] = "";
     char date[11] = "";
+    char stamp[40] = "";      // "w46 09:05:07.": the time stamp up to its milliseconds
+    size_t stampLength = 0;
+    char errorPrefix[32] = ""; // "2026-11-16 Mon ": what starts an error file line
+    size_t errorPrefixLength = 0;
 };
 TimeCache g_timeCache;
+
+size_t formatted(int n, size_t capacity)
+{
+    return n < 0 ? 0 : static_cast<size_t>(n) < capacity ? static_cast<size_t>(n) : capacity - 1;
+}
 
 const TimeCache& localTimeOf(time_t second)
 {
     if (second != g_timeCache.second) {
-        g_timeCache.second = second;
-        g_timeCache.local = dvLocalTime(second);
-        strftime(g_timeCache.week, sizeof g_timeCache.week, "%W", &g_timeCache.local);
-        strftime(g_timeCache.date, sizeof g_timeCache.date, "%Y-%m-%d", &g_timeCache.local);
+        TimeCache& c = g_timeCache;
+        c.second = second;
+        c.local = dvLocalTime(second);
+        strftime(c.week, sizeof c.week, "%W", &c.local);
+        strftime(c.date, sizeof c.date, "%Y-%m-%d", &c.local);
+        c.stampLength = formatted(snprintf(c.stamp, sizeof c.stamp, "w%s %.2d:%.2d:%.2d.", c.week,
+                                           c.local.tm_hour, c.local.tm_min, c.local.tm_sec),
+                                  sizeof c.stamp);
+        c.errorPrefixLength = formatted(snprintf(c.errorPrefix, sizeof c.errorPrefix, "%s %s ", c.date,
+                                                 kWeekdays[(c.local.tm_wday % 7 + 7) % 7]),
+                                        sizeof c.errorPrefix);
     }
     return g_timeCache;
+}
+
+// The marker of a line of this type, between blanks, or null when the type's
+// filter is off (or the type is unknown) and nothing is written.
+const char* markerOf(LOGTYPES type)
+{
+    switch (type) {
+    case CR2API:
+        return logCR2CAPI.load(std::memory_order_relaxed) ? " => " : nullptr;
+    case API2CR:
+        return logCAPI2CR.load(std::memory_order_relaxed) ? " <= " : nullptr;
+    case DV2API:
+        return logCom2CAPI.load(std::memory_order_relaxed) ? " <- " : nullptr;
+    case API2DV:
+        return logCAPI2Com.load(std::memory_order_relaxed) ? " -> " : nullptr;
+    case DVDEBUG:
+        return logDVDEBUG.load(std::memory_order_relaxed) ? " == " : nullptr;
+    case DVERROR:
+    case DVERROR2:
+        return " !! ";
+    case DVCONFIG:
+        return " ## ";
+    }
+    return nullptr;
+}
+
+// A line is put together here (under the lock) and handed to the stream in
+// one piece; with the flush that follows it, that is one write to the file.
+char g_line[4096];
+
+// Writes prefix, stamp, milliseconds, marker, message and the newline.
+void writeLine(FILE* stream, const char* prefix, size_t prefixLength, const TimeCache& local, long ms,
+               const char* marker, const char* message)
+{
+    char millis[24];
+    size_t millisLength;
+    if (ms >= 0 && ms <= 999) {
+        millis[0] = static_cast<char>('0' + ms / 100);
+        millis[1] = static_cast<char>('0' + ms / 10 % 10);
+        millis[2] = static_cast<char>('0' + ms % 10);
+        millisLength = 3;
+    } else {
+        millisLength = formatted(snprintf(millis, sizeof millis, "%03ld", ms), sizeof millis);
+    }
+    const struct {
+        const char* text;
+        size_t length;
+    } parts[] = {{prefix, prefixLength}, {local.stamp, local.stampLength}, {millis, millisLength},
+                 {marker, 4},           {message, strlen(message)},          {"\n", 1}};
+    size_t total = 0;
+    for (const auto& part : parts)
+        total += part.length;
+    if (total <= sizeof g_line) {
+        char* out = g_line;
+        for (const auto& part : parts) {
+            memcpy(out, part.text, part.length);
+            out += part.length;
+        }
+        fwrite_unlocked(g_line, 1, total, stream);
+    } else {
+        // Longer than the stream's buffer: the stream writes it in pieces,
+        // as it would any line that long.
+        for (const auto& part : parts)
+            fwrite_unlocked(part.text, 1, part.length, stream);
+    }
 }
 
 enum HeadResult { HEAD_EMPTY, HEAD_NUMBER, HEAD_OTHER };
@@ -238,9 +320,6 @@ void DVLogicsLogger::writeLocked(const char* message, LOGTYPES type, LOGFILES fi
 
     const struct timeval now = dvNow();
     const TimeCache& local = localTimeOf(now.tv_sec);
-    char stamp[48];
-    snprintf(stamp, sizeof stamp, "w%s %.2d:%.2d:%.2d.%03ld", local.week, local.local.tm_hour,
-             local.local.tm_min, local.local.tm_sec, static_cast<long>(now.tv_usec / 1000));
 
     // A new local date: close this day's files and start over.
     if (strcmp(m_logInstance->m_szLoggingDate, local.date) != 0) {
@@ -249,7 +328,8 @@ void DVLogicsLogger::writeLocked(const char* message, LOGTYPES type, LOGFILES fi
     }
 
     FILE* stream = nullptr;
-    char prefix[32] = "";
+    const char* prefix = "";
+    size_t prefixLength = 0;
     switch (file) {
     case DVAPILOG:
         stream = m_logInstance->m_pAPILogFile;
@@ -259,8 +339,8 @@ void DVLogicsLogger::writeLocked(const char* message, LOGTYPES type, LOGFILES fi
         break;
     case DVERRORLOG:
         stream = m_logInstance->m_pERRORLogFile;
-        snprintf(prefix, sizeof prefix, "%s %s ", local.date,
-                 kWeekdays[(local.local.tm_wday % 7 + 7) % 7]);
+        prefix = local.errorPrefix;
+        prefixLength = local.errorPrefixLength;
         break;
     default:
         return;
@@ -268,21 +348,9 @@ void DVLogicsLogger::writeLocked(const char* message, LOGTYPES type, LOGFILES fi
     if (!stream)
         return;
 
-    if (type == CR2API && logCR2CAPI.load(std::memory_order_relaxed))
-        fprintf(stream, "%s%s => %s\n", prefix, stamp, message);
-    else if (type == API2CR && logCAPI2CR.load(std::memory_order_relaxed))
-        fprintf(stream, "%s%s <= %s\n", prefix, stamp, message);
-    else if (type == DV2API && logCom2CAPI.load(std::memory_order_relaxed))
-        fprintf(stream, "%s%s <- %s\n", prefix, stamp, message);
-    else if (type == API2DV && logCAPI2Com.load(std::memory_order_relaxed))
-        fprintf(stream, "%s%s -> %s\n", prefix, stamp, message);
-    else if (type == DVDEBUG && logDVDEBUG.load(std::memory_order_relaxed))
-        fprintf(stream, "%s%s == %s\n", prefix, stamp, message);
-    else if (type == DVERROR || type == DVERROR2)
-        fprintf(stream, "%s%s !! %s\n", prefix, stamp, message);
-    else if (type == DVCONFIG)
-        fprintf(stream, "%s%s ## %s\n", prefix, stamp, message);
-    fflush(stream);
+    if (const char* marker = markerOf(type))
+        writeLine(stream, prefix, prefixLength, local, static_cast<long>(now.tv_usec / 1000), marker, message);
+    fflush_unlocked(stream);
 }
 
 void DVLogicsLogger::TerminateDVLogicsLogger()
