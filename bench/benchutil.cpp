@@ -49,8 +49,12 @@ std::string prepareEnvironment()
 {
     const char* logs = getenv("DVLOGS");
     std::string directory = logs && *logs ? std::string(logs) : makeTempDir("/tmp/dvbench-logs.XXXXXX");
+    if (!logs || !*logs)
+        fprintf(stderr, "logs go to %s\n", directory.c_str());
     setenv("DVLOGS", directory.c_str(), 1);
     static const std::string config = makeTempDir("/tmp/dvbench-config.XXXXXX");
+    static const int removeConfig = atexit([] { rmdir(config.c_str()); });
+    (void)removeConfig;
     setenv("DVCONFIG", config.c_str(), 1);
     unsetenv("DVSIM_CONFIG");
     unsetenv("DVSIM_SOCKET");
