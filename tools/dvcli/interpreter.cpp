@@ -201,8 +201,10 @@ std::string Interpreter::help(const std::string& command)
         if (!command.empty() && command != c.name)
             continue;
         if (command.empty() && std::strcmp(c.name, "expect") == 0)
-            out += "checks (scripts and console):\n";
-        out += "  " + padded(std::string(c.name) + " " + c.usage, 30) + " " + c.help + "\n";
+            out += "checks of the last call or sim command (a script stops when one fails):\n";
+        if (command.empty() && std::strcmp(c.name, "wait-idle") == 0)
+            out += "other:\n";
+        out += "  " + padded(std::string(c.name) + " " + c.usage, 32) + " " + c.help + "\n";
     }
     if (command.empty())
         out = "library calls (a text argument left out is passed as NULL, \"\" is an empty text):\n" + out;
