@@ -50,8 +50,11 @@ int exitStatus(int raw)
 RunResult runProgram(const std::vector<std::string>& argv, const RunOptions& options)
 {
     RunResult result;
+    // Every descriptor is close-on-exec: a test that starts programs from
+    // two threads must not pass one child's pipes to another (which would
+    // hold them open and keep the first run waiting for its end).
     char inputName[] = "/tmp/dvtest-input.XXXXXX";
-    const int input = mkstemp(inputName);
+    const int input = mkostemp(inputName, O_CLOEXEC);
     if (input < 0)
         return result;
     unlink(inputName);
@@ -61,7 +64,7 @@ RunResult runProgram(const std::vector<std::string>& argv, const RunOptions& opt
     }
     lseek(input, 0, SEEK_SET);
     int out[2], err[2];
-    if (pipe(out) != 0 || pipe(err) != 0) {
+    if (pipe2(out, O_CLOEXEC) != 0 || pipe2(err, O_CLOEXEC) != 0) {
         close(input);
         return result;
     }
