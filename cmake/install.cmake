@@ -100,8 +100,6 @@ set(_dvlogics_lib_package libdvlogics${DVLOGICS_SOVERSION})
 set(_dvlogics_exact "${PROJECT_VERSION}-1")
 set(CPACK_DEBIAN_LIB_PACKAGE_NAME ${_dvlogics_lib_package})
 set(CPACK_DEBIAN_LIB_PACKAGE_SECTION libs)
-# A shlibs file and the ldconfig trigger for the shared library.
-set(CPACK_DEBIAN_LIB_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_DEV_PACKAGE_NAME libdvlogics-dev)
 set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "${_dvlogics_lib_package} (= ${_dvlogics_exact})")
@@ -118,7 +116,8 @@ set(CPACK_COMPONENT_TOOLS_DESCRIPTION "dvcli: demo sale, console and scripted se
 set(CPACK_COMPONENT_SIM_DESCRIPTION "Dravik device simulator (a substitute liblinkora.so.1) and its dvsim client")
 
 # Run-time dependencies from the binaries themselves, where the tool exists;
-# libdvlogics itself is found in the build tree.
+# libdvlogics itself is found in the build tree. (This also gives the
+# library package its ldconfig calls.)
 find_program(DVLOGICS_DPKG_SHLIBDEPS dpkg-shlibdeps)
 if(DVLOGICS_DPKG_SHLIBDEPS)
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
