@@ -84,6 +84,7 @@ void Output::line(const std::string& text, Tone tone)
     const std::string shown = paint(text, tone);
     std::lock_guard<std::mutex> lock(m_mutex);
     clearEditLine();
+    breakCallLine();
     write(shown + "\n");
     drawEditLine();
 }
@@ -93,7 +94,7 @@ void Output::errorLine(const std::string& text)
     const std::string shown = paint(text, Tone::Bad);
     std::lock_guard<std::mutex> lock(m_mutex);
     clearEditLine();
-    std::fflush(stdout);
+    breakCallLine();
     std::fwrite(shown.data(), 1, shown.size(), stderr);
     std::fputc('\n', stderr);
     std::fflush(stderr);
@@ -142,10 +143,7 @@ void Output::event(const std::string& text)
     if (m_quiet)
         return;
     clearEditLine();
-    if (m_callOpen && !m_callBroken) {
-        write("\n");
-        m_callBroken = true;
-    }
+    breakCallLine();
     write("  " + marker + " " + text + "\n");
     drawEditLine();
 }
@@ -169,6 +167,14 @@ void Output::editDone()
     drawEditLine();
     m_editing = false;
     write("\n");
+}
+
+void Output::breakCallLine()
+{
+    if (m_callOpen && !m_callBroken) {
+        write("\n");
+        m_callBroken = true;
+    }
 }
 
 void Output::clearEditLine()

@@ -54,6 +54,9 @@ public:
 private:
     Output() = default;
     void write(const std::string& text);
+    // Ends an unfinished call line before another line is printed; the
+    // call's result then goes on a line of its own.
+    void breakCallLine();
     void clearEditLine();
     void drawEditLine();
 
