@@ -298,7 +298,7 @@ std::string Device::levelTail(const Denomination& d, Level level) const
     std::string value = valueText(d.value, m_s.decimals, level == LevelHigh);
     if (level == LevelHigh)
         return padded(value + " " + m_s.currency, 16);
-    char count[8];
+    char count[24];
     std::snprintf(count, sizeof count, "%02ld", level == LevelEmpty ? 0L : std::min(d.count, 99L));
     return padded(std::string(count) + " " + value + " " + m_s.currency, 16);
 }
