@@ -390,7 +390,7 @@ TEST_F(StressTest, SessionsOpenedAndClosedManyTimes)
         }
         ASSERT_EQ(openSession(), 0) << "cycle " << cycle << ": " << msg;
         for (int i = 0; i < 5; ++i)
-            dvsim_inject_report(i % 2 ? "a0000000001" : "b0000000011" "05 10 EUR       ");
+            dvsim_inject_report(i % 2 ? "a0000000001" : "b0000000001" "05 10 EUR       ");
         if (cycle % 30 == 0) {
             ASSERT_EQ(dv().loginDV(1, 1, msg), 0) << msg;
             ASSERT_EQ(dv().logoutDV(msg), 0) << msg;
