@@ -12,6 +12,8 @@
 #include <new>
 #include <sys/stat.h>
 #include <sys/types.h>
+#include <sys/uio.h>
+#include <unistd.h>
 
 std::atomic<bool> logCR2CAPI{true};
 std::atomic<bool> logCAPI2CR{true};
@@ -109,11 +111,55 @@ const char* markerOf(LOGTYPES type)
     return nullptr;
 }
 
-// A line is put together here (under the lock) and handed to the stream in
-// one piece; with the flush that follows it, that is one write to the file.
+// Writes all of the text, going on after a short write (a full disk, a
+// signal). When the file refuses, the rest of the line is lost, as it was
+// when a stream could not write it.
+void writeAll(int fd, const char* text, size_t length)
+{
+    while (length > 0) {
+        const ssize_t written = write(fd, text, length);
+        if (written < 0) {
+            if (errno == EINTR)
+                continue;
+            return;
+        }
+        text += written;
+        length -= static_cast<size_t>(written);
+    }
+}
+
+// The same for parts gathered with writev.
+void writeAll(int fd, struct iovec* part, int count)
+{
+    while (count > 0) {
+        const ssize_t written = writev(fd, part, count);
+        if (written < 0) {
+            if (errno == EINTR)
+                continue;
+            return;
+        }
+        size_t done = static_cast<size_t>(written);
+        while (count > 0 && done >= part->iov_len) {
+            done -= part->iov_len;
+            ++part;
+            --count;
+        }
+        if (count > 0) {
+            part->iov_base = static_cast<char*>(part->iov_base) + done;
+            part->iov_len -= done;
+        }
+    }
+}
+
+// A line is put together here, under the lock.
 char g_line[4096];
 
-// Writes prefix, stamp, milliseconds, marker, message and the newline.
+// Writes one line (prefix, stamp, milliseconds, marker, message, newline)
+// to the stream's file with one system call, bypassing the stream's buffer:
+// the stream is only used to open, check and close the file, so it never
+// holds part of a line and there is nothing left to flush. A line that fits
+// the buffer is copied into it and written (the kernel's cheapest case);
+// a longer one is gathered from its parts.
 void writeLine(FILE* stream, const char* prefix, size_t prefixLength, const TimeCache& local, long ms,
                const char* marker, const char* message)
 {
@@ -127,26 +173,26 @@ void writeLine(FILE* stream, const char* prefix, size_t prefixLength, const Time
     } else {
         millisLength = formatted(snprintf(millis, sizeof millis, "%03ld", ms), sizeof millis);
     }
-    const struct {
-        const char* text;
-        size_t length;
-    } parts[] = {{prefix, prefixLength}, {local.stamp, local.stampLength}, {millis, millisLength},
-                 {marker, 4},           {message, strlen(message)},          {"\n", 1}};
+    char newline[] = "\n";
+    struct iovec parts[] = {{const_cast<char*>(prefix), prefixLength},
+                            {const_cast<char*>(local.stamp), local.stampLength},
+                            {millis, millisLength},
+                            {const_cast<char*>(marker), 4},
+                            {const_cast<char*>(message), strlen(message)},
+                            {newline, 1}};
+    const int count = static_cast<int>(sizeof parts / sizeof parts[0]);
     size_t total = 0;
-    for (const auto& part : parts)
-        total += part.length;
+    for (const struct iovec& part : parts)
+        total += part.iov_len;
     if (total <= sizeof g_line) {
         char* out = g_line;
-        for (const auto& part : parts) {
-            memcpy(out, part.text, part.length);
-            out += part.length;
+        for (const struct iovec& part : parts) {
+            memcpy(out, part.iov_base, part.iov_len);
+            out += part.iov_len;
         }
-        fwrite_unlocked(g_line, 1, total, stream);
+        writeAll(fileno(stream), g_line, total);
     } else {
-        // Longer than the stream's buffer: the stream writes it in pieces,
-        // as it would any line that long.
-        for (const auto& part : parts)
-            fwrite_unlocked(part.text, 1, part.length, stream);
+        writeAll(fileno(stream), parts, count);
     }
 }
 
@@ -350,7 +396,6 @@ void DVLogicsLogger::writeLocked(const char* message, LOGTYPES type, LOGFILES fi
 
     if (const char* marker = markerOf(type))
         writeLine(stream, prefix, prefixLength, local, static_cast<long>(now.tv_usec / 1000), marker, message);
-    fflush_unlocked(stream);
 }
 
 void DVLogicsLogger::TerminateDVLogicsLogger()
