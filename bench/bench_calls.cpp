@@ -52,29 +52,36 @@ double nowNs()
 }
 
 // Every call timed on its own: the median and the tail of single calls (a
-// write may now and then wait for the file system).
-void BM_IsOpenDVSingleCalls(benchmark::State& state)
+// write may now and then wait for the file system, or the thread for the
+// processor).
+void BM_SingleCalls(benchmark::State& state)
 {
-    int open = 0;
+    const bool info = state.range(0) != 0;
+    int open = 0, level = 0;
+    char commands[DV_INFO_COMMANDS_SIZE], master[DV_INFO_MASTER_SIZE], text[DV_INFO_INFO_SIZE];
     char message[DV_MESSAGE_SIZE];
     std::vector<double> samples;
     samples.reserve(1 << 20);
     for (auto _ : state) {
         const double start = nowNs();
-        g_till.isOpenDV(&open, message);
+        if (info)
+            g_till.infoDV(&level, commands, master, text, message);
+        else
+            g_till.isOpenDV(&open, message);
         const double took = nowNs() - start;
         if (samples.size() < samples.capacity())
             samples.push_back(took);
     }
     std::sort(samples.begin(), samples.end());
     auto at = [&](double q) { return samples[static_cast<size_t>(q * static_cast<double>(samples.size() - 1))]; };
+    state.SetLabel(info ? "infoDV" : "isOpenDV");
     state.counters["p50_us"] = at(0.50) / 1000.0;
     state.counters["p90_us"] = at(0.90) / 1000.0;
     state.counters["p99_us"] = at(0.99) / 1000.0;
     state.counters["p999_us"] = at(0.999) / 1000.0;
     state.counters["max_us"] = samples.back() / 1000.0;
 }
-BENCHMARK(BM_IsOpenDVSingleCalls)->MinTime(2.0)->UseRealTime();
+BENCHMARK(BM_SingleCalls)->ArgName("info")->Arg(0)->Arg(1)->MinTime(2.0)->UseRealTime();
 
 } // namespace
 

@@ -46,6 +46,9 @@ cmake --build "$BUILD_DIR" -j"$JOBS" --target bench_reports bench_calls bench_sa
   >/dev/null
 BENCH="$BUILD_DIR/bench"
 
+# The machine may be shared: its load goes into the table with the numbers.
+load_start=$(cut -d' ' -f1-3 /proc/loadavg)
+
 WORK=$(mktemp -d "${TMPDIR:-/tmp}/dvbench.XXXXXX")
 LOGS=$(mktemp -d "$LOG_PARENT/dvbench-logs.XXXXXX")
 trap 'rm -rf "$WORK" "$LOGS"' EXIT
@@ -92,7 +95,11 @@ compiler=$(sed -n 's/^CMAKE_CXX_COMPILER:[A-Z]*=//p' "$BUILD_DIR/CMakeCache.txt"
 compiler_version=$("${compiler:-c++}" --version | head -1)
 fs=$(findmnt -no FSTYPE,SOURCE -T "$LOGS" 2>/dev/null | tr -s ' ' || df -T "$LOGS" | awk 'NR == 2 { print $2, $1 }')
 commit=$(git rev-parse --short HEAD 2>/dev/null || echo unknown)
-if ! git diff --quiet HEAD -- . 2>/dev/null; then commit="$commit (with local changes)"; fi
+# Only the library, the simulator and the benchmarks make the numbers.
+if ! git diff --quiet HEAD -- api config events include link session sim support bench CMakeLists.txt 2>/dev/null; then
+  commit="$commit (with local changes)"
+fi
+load_end=$(cut -d' ' -f1-3 /proc/loadavg)
 
 {
   echo "# Benchmark results"
@@ -108,6 +115,7 @@ if ! git diff --quiet HEAD -- . 2>/dev/null; then commit="$commit (with local ch
   echo "| Compiler | $compiler_version |"
   echo "| Build type | $BUILD_TYPE |"
   echo "| Log directory | \`$LOG_PARENT\` on $fs (local disk) |"
+  echo "| Load average (1, 5, 15 min) | $load_start at the start, $load_end at the end |"
   echo
   awk -F'\t' -v quick="$QUICK" -v sweep="$SWEEP" -f bench/table.awk "$DVBENCH_RESULTS"
 } >"$OUT"

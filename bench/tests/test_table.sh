@@ -19,6 +19,8 @@ results() {
     ["BM_Reports/logging:0/min_time:2.000/real_time/reports_per_s"]=1000000
     ["BM_IsOpenDV/repeats:15/real_time_median"]=4e-06
     ["BM_InfoDV/repeats:15/real_time_median"]=4e-06
+    ["BM_SingleCalls/info:0/min_time:2.000/real_time/p50_us"]=3.5
+    ["BM_SingleCalls/info:1/min_time:2.000/real_time/p50_us"]=3.5
     ["BM_LoggerLines/kind:0/min_time:1.000/real_time/lines_per_s"]=1000000
     ["BM_LoggerLines/kind:1/min_time:1.000/real_time/lines_per_s"]=1000000
     ["BM_LoggerLines/kind:2/min_time:1.000/real_time/calls_per_s"]=5000000
@@ -58,6 +60,8 @@ check "reports just below" "**no**" "Report handling, default" \
   "BM_Reports/logging:1/min_time:2.000/real_time/reports_per_s=199999"
 check "isOpenDV at 5 µs" "yes" '`isOpenDV`, default' "BM_IsOpenDV/repeats:15/real_time_median=5e-06"
 check "isOpenDV above 5 µs" "**no**" '`isOpenDV`, default' "BM_IsOpenDV/repeats:15/real_time_median=5.01e-06"
+check "single isOpenDV at 5 µs" "yes" '`isOpenDV`, every call' "BM_SingleCalls/info:0/min_time:2.000/real_time/p50_us=5"
+check "single infoDV above 5 µs" "**no**" '`infoDV`, every call' "BM_SingleCalls/info:1/min_time:2.000/real_time/p50_us=5.2"
 check "infoDV above 5 µs" "**no**" '`infoDV`, the same' "BM_InfoDV/repeats:15/real_time_median=6e-06"
 check "sale at +20%" "yes" "Whole sale: login" "BM_Sale/iterations:200/manual_time/over_floor_pct=20"
 check "sale above +20%" "**no**" "Whole sale: login" "BM_Sale/iterations:200/manual_time/over_floor_pct=20.5"
