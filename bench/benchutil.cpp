@@ -157,6 +157,8 @@ void ResultsReporter::ReportRuns(const std::vector<Run>& runs)
             continue; // the coefficient of variation
         const double seconds = run.GetAdjustedRealTime() / benchmark::GetTimeUnitMultiplier(run.time_unit);
         writeResult(name, seconds, "s", false);
+        writeResult(name + "/cpu", run.GetAdjustedCPUTime() / benchmark::GetTimeUnitMultiplier(run.time_unit), "s",
+                    false);
         for (const auto& counter : run.counters)
             writeResult(name + "/" + counter.first, counter.second.value, "counter", false);
     }

@@ -50,8 +50,9 @@ void writeResult(const std::string& name, double value, const std::string& unit,
 
 // The console display, which also hands every result to writeResult: per
 // benchmark (per aggregate, when repetitions are used) "name<TAB>seconds per
-// iteration<TAB>s", then "name/counter<TAB>value<TAB>counter" for each user
-// counter.
+// iteration<TAB>s" (wall time), "name/cpu<TAB>seconds<TAB>s" (the benchmark
+// thread's processor time), then "name/counter<TAB>value<TAB>counter" for
+// each user counter.
 class ResultsReporter : public benchmark::ConsoleReporter {
 public:
     void ReportRuns(const std::vector<Run>& runs) override;

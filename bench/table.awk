@@ -54,9 +54,10 @@ END {
   # Non-waiting calls.
   isopen = get("^BM_IsOpenDV/.*_median$")
   info = get("^BM_InfoDV/.*_median$")
-  printf "| `isOpenDV`, default logging, session open on the simulator: median of 15 runs (each the mean of its calls) | %.2f µs | ≤ 5 µs | %s |\n", \
-    isopen * 1e6, met(isopen, isopen + 0 <= 5e-6)
-  printf "| `infoDV`, the same | %.2f µs | ≤ 5 µs | %s |\n", info * 1e6, met(info, info + 0 <= 5e-6)
+  printf "| `isOpenDV`, default logging, session open on the simulator: median of 15 runs, each the mean of its calls (on the processor) | %.2f µs (%.2f µs) | ≤ 5 µs | %s |\n", \
+    isopen * 1e6, get("^BM_IsOpenDV/.*_median/cpu$") * 1e6, met(isopen, isopen + 0 <= 5e-6)
+  printf "| `infoDV`, the same | %.2f µs (%.2f µs) | ≤ 5 µs | %s |\n", info * 1e6, get("^BM_InfoDV/.*_median/cpu$") * 1e6, \
+    met(info, info + 0 <= 5e-6)
   for (which = 0; which <= 1; which++) {
     p50 = get("^BM_SingleCalls/info:" which "/.*/p50_us$")
     printf "| `%s`, every call timed on its own: median (90th / 99th / 99.9th percentile) | %.2f µs (%.2f / %.2f / %.1f µs) | ≤ 5 µs at the median | %s |\n", \
