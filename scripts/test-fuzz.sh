@@ -21,10 +21,12 @@ SECONDS_PER_TARGET=${FUZZ_SECONDS:-60}
 targets=("$@")
 [ ${#targets[@]} -gt 0 ] || targets=(report settings ini answer)
 
-# Absolute paths: the targets change their working directory.
+# Absolute paths: the targets change their working directory. A new build
+# directory uses Ninja when it is installed, unless CMAKE_GENERATOR says
+# otherwise.
 root=$(pwd)
 dir=$root/build-fuzz
-if [ ! -f "$dir/CMakeCache.txt" ] && command -v ninja >/dev/null 2>&1; then
+if [ -z "${CMAKE_GENERATOR:-}" ] && [ ! -f "$dir/CMakeCache.txt" ] && command -v ninja >/dev/null 2>&1; then
   export CMAKE_GENERATOR=Ninja
 fi
 cmake --preset fuzz >/dev/null

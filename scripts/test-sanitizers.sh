@@ -20,8 +20,9 @@ presets=("$@")
 for preset in "${presets[@]}"; do
   dir=build-$preset
   echo "test-sanitizers: $preset: building in $dir"
-  # A new build directory uses Ninja when it is installed.
-  if [ ! -f "$dir/CMakeCache.txt" ] && command -v ninja >/dev/null 2>&1; then
+  # A new build directory uses Ninja when it is installed, unless
+  # CMAKE_GENERATOR says otherwise.
+  if [ -z "${CMAKE_GENERATOR:-}" ] && [ ! -f "$dir/CMakeCache.txt" ] && command -v ninja >/dev/null 2>&1; then
     export CMAKE_GENERATOR=Ninja
   fi
   cmake --preset "$preset" >/dev/null
