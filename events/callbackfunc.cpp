@@ -41,7 +41,8 @@ void handleReport(const std::string& raw)
         return;
     }
 
-    g_strLastCallbackCmd.set(cmd);
+    // The type is published last (below), so that an operation waiting for
+    // this type finds the report's fields already in place.
     if (cmd == CALLBACK_TYPE_A) {
         g_bDVOpened = reportsOpen(status, mode);
         // Only out of the logged-out state (or after a login that ended in an
@@ -100,6 +101,7 @@ void handleReport(const std::string& raw)
         rest = "cdvlogics.callbackfunc(?): Unknown command=" + cmd;
         logError(raw);
     }
+    g_strLastCallbackCmd.set(cmd);
 
     // Duplicate rule.
     if (g_strPrevCallbackArg.replaceIfDifferent(raw)) {
