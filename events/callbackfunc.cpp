@@ -6,9 +6,29 @@
 #include "support/dvlogicslogger.h"
 #include "support/dvtext.h"
 
+#include <atomic>
 #include <cctype>
+#include <chrono>
+#include <thread>
 
 namespace {
+
+// Reports being handled now, on all threads, and on this thread.
+std::atomic<int> g_reportsInProgress{0};
+thread_local int t_reportsOnThisThread = 0;
+
+struct HandlingReport {
+    HandlingReport()
+    {
+        ++g_reportsInProgress;
+        ++t_reportsOnThisThread;
+    }
+    ~HandlingReport()
+    {
+        --t_reportsOnThisThread;
+        --g_reportsInProgress;
+    }
+};
 
 void logError(const std::string& text)
 {
@@ -137,6 +157,7 @@ void handleReport(const std::string& raw)
 
 bool callbackfunc(unsigned char* report)
 {
+    HandlingReport handling;
     try {
         handleReport(report ? std::string(reinterpret_cast<const char*>(report)) : std::string());
     } catch (...) {
@@ -147,4 +168,14 @@ bool callbackfunc(unsigned char* report)
         }
     }
     return true;
+}
+
+int waitForReportHandlers(int timeoutMs)
+{
+    for (int waited = 0;; ++waited) {
+        const int others = g_reportsInProgress.load() - t_reportsOnThisThread;
+        if (others <= 0 || waited >= timeoutMs)
+            return others > 0 ? others : 0;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
 }

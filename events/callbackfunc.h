@@ -8,4 +8,9 @@
 
 bool callbackfunc(unsigned char* report);
 
+// Waits until no report is being handled on another thread (a till callback
+// that called exitDV may still be running on the device thread), for at most
+// timeoutMs. Returns the number still running when it gave up, else 0.
+int waitForReportHandlers(int timeoutMs);
+
 #endif

@@ -75,6 +75,12 @@ CDVLogics::~CDVLogics()
     }
     logDebug(std::string("CDVLogics::~CDVLogics: exitCom ans=") + message);
 
+    // A till callback that closed the session from inside may still be
+    // running in this library on the device thread: unmapping the library
+    // under it would crash the till, so let it finish first.
+    if (const int running = waitForReportHandlers(10000))
+        logError(dvFormat("CDVLogics::~CDVLogics: %d device report(s) still being handled at unload", running));
+
     m_bInitiated = false;
     g_DVState = DVS_UNINITIATED;
     m_verifyDVStatus = VERIFIED_NOT_TESTED;
