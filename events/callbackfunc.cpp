@@ -6,29 +6,64 @@
 #include "support/dvlogicslogger.h"
 #include "support/dvtext.h"
 
-#include <atomic>
 #include <cctype>
 #include <chrono>
+#include <mutex>
+#include <new>
 #include <thread>
 
 namespace {
 
-// Reports being handled now, on all threads, and on this thread.
-std::atomic<int> g_reportsInProgress{0};
-thread_local int t_reportsOnThisThread = 0;
+// The threads handling a report now (one entry per report in progress).
+// No thread_local: this library is loaded with dlopen and unloaded again,
+// and a thread-local block of an unloaded library stays behind in the
+// thread (LeakSanitizer even trips over it at exit). Never destroyed: a
+// handler may still leave while the library's globals go away.
+struct Handlers {
+    std::mutex mutex;
+    std::thread::id threads[16];
+    int count = 0;
+};
+Handlers& handlers()
+{
+    alignas(Handlers) static unsigned char storage[sizeof(Handlers)];
+    static Handlers* h = new (storage) Handlers;
+    return *h;
+}
 
 struct HandlingReport {
     HandlingReport()
     {
-        ++g_reportsInProgress;
-        ++t_reportsOnThisThread;
+        Handlers& h = handlers();
+        std::lock_guard<std::mutex> lock(h.mutex);
+        if (h.count < 16)
+            h.threads[h.count] = std::this_thread::get_id();
+        ++h.count;
     }
     ~HandlingReport()
     {
-        --t_reportsOnThisThread;
-        --g_reportsInProgress;
+        Handlers& h = handlers();
+        std::lock_guard<std::mutex> lock(h.mutex);
+        const int kept = h.count < 16 ? h.count : 16;
+        for (int i = kept - 1; i >= 0; --i)
+            if (h.threads[i] == std::this_thread::get_id()) {
+                h.threads[i] = h.threads[kept - 1];
+                break;
+            }
+        --h.count;
     }
 };
+
+// Reports in progress on threads other than this one.
+int othersHandling()
+{
+    Handlers& h = handlers();
+    std::lock_guard<std::mutex> lock(h.mutex);
+    int mine = 0;
+    for (int i = 0; i < h.count && i < 16; ++i)
+        mine += h.threads[i] == std::this_thread::get_id() ? 1 : 0;
+    return h.count - mine;
+}
 
 void logError(const std::string& text)
 {
@@ -173,7 +208,7 @@ bool callbackfunc(unsigned char* report)
 int waitForReportHandlers(int timeoutMs)
 {
     for (int waited = 0;; ++waited) {
-        const int others = g_reportsInProgress.load() - t_reportsOnThisThread;
+        const int others = othersHandling();
         if (others <= 0 || waited >= timeoutMs)
             return others > 0 ? others : 0;
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
