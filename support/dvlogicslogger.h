@@ -16,7 +16,7 @@
 #include <cstdio>
 #include <string>
 
-enum LOGTYPES {
+enum LOGTYPES : int {
     CR2API = 0,   // call from the till into the library      "=>"
     API2CR = 1,   // result / event going back to the till    "<="
     API2DV = 2,   // command sent to the device               "->"
@@ -27,7 +27,7 @@ enum LOGTYPES {
     DVCONFIG = 7  // configuration value in use               "##"
 };
 
-enum LOGFILES { DVAPILOG = 0, DVLOGICSLOG = 1, DVERRORLOG = 2 };
+enum LOGFILES : int { DVAPILOG = 0, DVLOGICSLOG = 1, DVERRORLOG = 2 };
 
 // Filter flags (settings LogCRToCAPI, LogCAPIToCR, LogComToCAPI,
 // LogCAPIToCom, LogDebug). Errors and configuration lines are always written.
