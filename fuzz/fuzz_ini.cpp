@@ -122,8 +122,10 @@ std::string asText(const std::string& value)
 
 std::string translated(const CIniFile& file, const char* key)
 {
+    // A value that reads as empty text (also one starting with a NUL byte)
+    // leaves the English text.
     const std::string value = file.GetValue("Lang", key, "");
-    return value.empty() ? key : value;
+    return value.c_str()[0] == '\0' ? key : value;
 }
 
 void onError(int, char* text, char* ext)

@@ -64,7 +64,9 @@ std::string DVLangSupport::getText(const char* key)
     if (!key)
         return std::string();
     const std::string value = load()->GetValue("Lang", key, "");
-    return value.empty() ? std::string(key) : value;
+    // A translation that reads as empty text (also one that starts with a
+    // NUL byte) leaves the English text.
+    return value.c_str()[0] == '\0' ? std::string(key) : value;
 }
 
 std::string DVLangSupport::getIniFilePath()

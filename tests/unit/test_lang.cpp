@@ -47,6 +47,12 @@ TEST_F(LangTest, TranslationReplacesTheTextAndAnEmptyOneDoesNot)
     EXPECT_EQ(DVLangSupport::getIniFilePath(), "./dvlang.ini");
 }
 
+TEST_F(LangTest, TranslationThatReadsAsEmptyTextLeavesTheKey)
+{
+    dvtest::writeFile(cwd.file("dvlang.ini"), std::string("[Lang]\nDone = \0hidden\n", 24));
+    EXPECT_EQ(DVLangSupport::getText("Done"), "Done");
+}
+
 TEST_F(LangTest, SearchOrderIsDvconfigCurrentDirectorySystemDirectory)
 {
     dvtest::writeFile(system.file("dvlang.ini"), "[Lang]\nDone=system\n");
