@@ -29,14 +29,7 @@ for preset in "${presets[@]}"; do
   cmake --preset "$preset" >/dev/null
   cmake --build --preset "$preset" -j"$JOBS"
 
-  # Under ASan the tools' tests run without the leak check: LeakSanitizer of
-  # clang 14 crashes on this C library ("Tracer caught signal 11") when a
-  # process exits while a thread that used the thread-local storage of a
-  # dlopen()ed library is still running, and dvcli exits with the
-  # simulator's thread still delivering. Everything else has the leak check.
-  testPresets=("$preset")
-  [ "$preset" = asan ] && testPresets+=(asan-tools)
-  for testPreset in "${testPresets[@]}"; do
+  for testPreset in "$preset"; do
     echo "test-sanitizers: $testPreset: running the test suite"
     status=0
     ctest --preset "$testPreset" -j"$JOBS" || status=$?

@@ -216,6 +216,16 @@ Interpreter::Interpreter(const Device& device, const std::string& portSettings)
 {
 }
 
+Interpreter::~Interpreter()
+{
+    // A session left open (the script or console ended without 'exit') is
+    // closed quietly, so that the device thread stops before dvcli exits.
+    if (m_sessionOpen) {
+        char message[DV_MESSAGE_SIZE];
+        exitDV(message);
+    }
+}
+
 Outcome Interpreter::execute(const std::string& line, Problem& problem)
 {
     problem = Problem();
@@ -343,7 +353,10 @@ Outcome Interpreter::doInit(const std::vector<std::string>& w, Problem&)
     CText settings(w, 1);
     Message msg;
     begin("initDV", port.shown() + ", " + settings.shown());
-    return finishCall(initDV(port.get(), settings.get(), msg.get()), msg.done());
+    const short status = initDV(port.get(), settings.get(), msg.get());
+    if (status == DV_STATUS_OK)
+        m_sessionOpen = true;
+    return finishCall(status, msg.done());
 }
 
 Outcome Interpreter::doSettings(const std::vector<std::string>& w, Problem& p)
@@ -361,7 +374,10 @@ Outcome Interpreter::doExit(const std::vector<std::string>&, Problem&)
 {
     Message msg;
     begin("exitDV", "");
-    return finishCall(exitDV(msg.get()), msg.done());
+    const short status = exitDV(msg.get());
+    if (status == DV_STATUS_OK)
+        m_sessionOpen = false;
+    return finishCall(status, msg.done());
 }
 
 Outcome Interpreter::doLogin(const std::vector<std::string>& w, Problem& p)

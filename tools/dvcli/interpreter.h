@@ -45,6 +45,9 @@ struct LastResult {
 class Interpreter {
 public:
     Interpreter(const Device& device, const std::string& portSettings);
+    ~Interpreter();
+    Interpreter(const Interpreter&) = delete;
+    Interpreter& operator=(const Interpreter&) = delete;
 
     // Strict (scripts): a command whose non-zero status was not accepted by
     // an 'expect' makes the next command, or finish(), report Unexpected.
@@ -118,6 +121,7 @@ private:
     const Device& m_device;
     std::string m_port;
     bool m_strict = false;
+    bool m_sessionOpen = false; // initDV succeeded and no exitDV since
     size_t m_line = 0;
     LastResult m_last;
     bool m_checked = true; // an 'expect' looked at the last status
