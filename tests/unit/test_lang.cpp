@@ -49,7 +49,8 @@ TEST_F(LangTest, TranslationReplacesTheTextAndAnEmptyOneDoesNot)
 
 TEST_F(LangTest, TranslationThatReadsAsEmptyTextLeavesTheKey)
 {
-    dvtest::writeFile(cwd.file("dvlang.ini"), std::string("[Lang]\nDone = \0hidden\n", 24));
+    static const char text[] = "[Lang]\nDone = \0hidden\n";
+    dvtest::writeFile(cwd.file("dvlang.ini"), std::string(text, sizeof text - 1));
     EXPECT_EQ(DVLangSupport::getText("Done"), "Done");
 }
 
