@@ -128,6 +128,22 @@ std::string output(const char* name, int value)
     return std::string(name) + "=" + std::to_string(value) + ": ";
 }
 
+// The frame of a function that needs an initiated session and checks no
+// pointer of its own: entry line, message check, initiated check, then
+// `call`, which makes the session call and returns frame.result(...).
+template <typename Call>
+short sessionCall(const char* name, const std::string& entryLine, char* message, Call call) noexcept
+{
+    return guarded(name, message, [&]() -> short {
+        ApiFrame frame(name, entryLine);
+        if (!message)
+            return frame.messageIsNull();
+        if (!g_bInitiated.load())
+            return frame.notInitiated(message);
+        return call(frame);
+    });
+}
+
 // An optional text that is null is treated as empty. (The session never
 // writes into the texts it is given.)
 char* orEmpty(char* s)
@@ -254,12 +270,7 @@ DV_API short registerEvents23DV(CStatusBackFunc dvStatusCall, CErrorBackFunc dvE
 
 DV_API short exitDV(char* message)
 {
-    return guarded("exitDV", message, [&]() -> short {
-        ApiFrame frame("exitDV", "exitDV(message)");
-        if (!message)
-            return frame.messageIsNull();
-        if (!g_bInitiated.load())
-            return frame.notInitiated(message);
+    return sessionCall("exitDV", "exitDV(message)", message, [&](const ApiFrame& frame) {
         const short status = dvLogics.exit(message);
         if (status == 0)
             g_bInitiated = false;
@@ -269,13 +280,9 @@ DV_API short exitDV(char* message)
 
 DV_API short loginDV(short cashRegId, short cashierId, char* message)
 {
-    return guarded("loginDV", message, [&]() -> short {
-        ApiFrame frame("loginDV", "loginDV(" + std::to_string(cashRegId) + ", " + std::to_string(cashierId) +
-                                      ", message)");
-        if (!message)
-            return frame.messageIsNull();
-        if (!g_bInitiated.load())
-            return frame.notInitiated(message);
+    const std::string entry =
+        "loginDV(" + std::to_string(cashRegId) + ", " + std::to_string(cashierId) + ", message)";
+    return sessionCall("loginDV", entry, message, [&](const ApiFrame& frame) {
         DVLogicsLogger::LogMessage("loginDV, date: " + today(), DVDEBUG, DVAPILOG);
         return frame.result(dvLogics.login(cashRegId, cashierId, message), message);
     });
@@ -283,12 +290,8 @@ DV_API short loginDV(short cashRegId, short cashierId, char* message)
 
 DV_API short loginStrDV(char* cashRegId, char* cashierId, char* message)
 {
-    return guarded("loginStrDV", message, [&]() -> short {
-        ApiFrame frame("loginStrDV", "loginStrDV(" + text(cashRegId) + ", " + text(cashierId) + ", message)");
-        if (!message)
-            return frame.messageIsNull();
-        if (!g_bInitiated.load())
-            return frame.notInitiated(message);
+    const std::string entry = "loginStrDV(" + text(cashRegId) + ", " + text(cashierId) + ", message)";
+    return sessionCall("loginStrDV", entry, message, [&](const ApiFrame& frame) {
         DVLogicsLogger::LogMessage("loginStrDV, date: " + today(), DVDEBUG, DVAPILOG);
         return frame.result(dvLogics.login(orEmpty(cashRegId), orEmpty(cashierId), message), message);
     });
@@ -296,14 +299,8 @@ DV_API short loginStrDV(char* cashRegId, char* cashierId, char* message)
 
 DV_API short logoutDV(char* message)
 {
-    return guarded("logoutDV", message, [&]() -> short {
-        ApiFrame frame("logoutDV", "logoutDV(message)");
-        if (!message)
-            return frame.messageIsNull();
-        if (!g_bInitiated.load())
-            return frame.notInitiated(message);
-        return frame.result(dvLogics.logout(message), message);
-    });
+    return sessionCall("logoutDV", "logoutDV(message)", message,
+                       [&](const ApiFrame& frame) { return frame.result(dvLogics.logout(message), message); });
 }
 
 DV_API short isOpenDV(int* open, char* message)
@@ -348,51 +345,31 @@ DV_API short infoDV(int* level, char* commands, char* master, char* info, char* 
 
 DV_API short enablePayinDV(char* message)
 {
-    return guarded("enablePayinDV", message, [&]() -> short {
-        ApiFrame frame("enablePayinDV", "enablePayinDV(message)");
-        if (!message)
-            return frame.messageIsNull();
-        if (!g_bInitiated.load())
-            return frame.notInitiated(message);
-        return frame.result(dvLogics.enablePayin(message), message);
-    });
+    return sessionCall("enablePayinDV", "enablePayinDV(message)", message,
+                       [&](const ApiFrame& frame) { return frame.result(dvLogics.enablePayin(message), message); });
 }
 
 DV_API short disablePayinDV(char* message)
 {
-    return guarded("disablePayinDV", message, [&]() -> short {
-        ApiFrame frame("disablePayinDV", "disablePayinDV(message)");
-        if (!message)
-            return frame.messageIsNull();
-        if (!g_bInitiated.load())
-            return frame.notInitiated(message);
-        return frame.result(dvLogics.disablePayin(message), message);
-    });
+    return sessionCall("disablePayinDV", "disablePayinDV(message)", message,
+                       [&](const ApiFrame& frame) { return frame.result(dvLogics.disablePayin(message), message); });
 }
 
 DV_API short depositDV(char* transactId, char* message)
 {
-    return guarded("depositDV", message, [&]() -> short {
-        ApiFrame frame("depositDV", "depositDV(" + quoted(transactId) + ", message)");
-        if (!message)
-            return frame.messageIsNull();
-        if (!g_bInitiated.load())
-            return frame.notInitiated(message);
-        return frame.result(dvLogics.deposit(orEmpty(transactId), message), message);
-    });
+    return sessionCall("depositDV", "depositDV(" + quoted(transactId) + ", message)", message,
+                       [&](const ApiFrame& frame) {
+                           return frame.result(dvLogics.deposit(orEmpty(transactId), message), message);
+                       });
 }
 
 DV_API short dispenseDV(int amountDispense, char* transactId, int* amountRest, char* message)
 {
-    return guarded("dispenseDV", message, [&]() -> short {
-        ApiFrame frame("dispenseDV", "dispenseDV(" + std::to_string(amountDispense) + ", " + quoted(transactId) +
-                                         ", amountRest, message)");
-        if (!message)
-            return frame.messageIsNull();
-        if (!g_bInitiated.load())
-            return frame.notInitiated(message);
-        // amountRest is not checked here (a till passing null gets no error),
-        // but a null one is never written.
+    const std::string entry =
+        "dispenseDV(" + std::to_string(amountDispense) + ", " + quoted(transactId) + ", amountRest, message)";
+    return sessionCall("dispenseDV", entry, message, [&](const ApiFrame& frame) {
+        // amountRest is not checked here (a till passing null gets no
+        // error), but a null one is never written.
         int ignored = 0;
         int& rest = amountRest ? *amountRest : ignored;
         const short status = dvLogics.dispense(amountDispense, orEmpty(transactId), rest, message);
@@ -402,14 +379,10 @@ DV_API short dispenseDV(int amountDispense, char* transactId, int* amountRest, c
 
 DV_API short askPayoutDV(int amountAskPay, char* message)
 {
-    return guarded("askPayoutDV", message, [&]() -> short {
-        ApiFrame frame("askPayoutDV", "askPayoutDV(" + std::to_string(amountAskPay) + ", message)");
-        if (!message)
-            return frame.messageIsNull();
-        if (!g_bInitiated.load())
-            return frame.notInitiated(message);
-        return frame.result(dvLogics.askPayout(amountAskPay, message), message);
-    });
+    return sessionCall("askPayoutDV", "askPayoutDV(" + std::to_string(amountAskPay) + ", message)", message,
+                       [&](const ApiFrame& frame) {
+                           return frame.result(dvLogics.askPayout(amountAskPay, message), message);
+                       });
 }
 
 DV_API short askPayout2DV(int amountAskPay, int* amountRest, char* message)
@@ -429,13 +402,9 @@ DV_API short askPayout2DV(int amountAskPay, int* amountRest, char* message)
 
 DV_API short payoutDV(int amountDispense, int amountDeposit, char* transactId, char* message)
 {
-    return guarded("payoutDV", message, [&]() -> short {
-        ApiFrame frame("payoutDV", "payoutDV(" + std::to_string(amountDispense) + ", " +
-                                       std::to_string(amountDeposit) + ", " + quoted(transactId) + ", message)");
-        if (!message)
-            return frame.messageIsNull();
-        if (!g_bInitiated.load())
-            return frame.notInitiated(message);
+    const std::string entry = "payoutDV(" + std::to_string(amountDispense) + ", " + std::to_string(amountDeposit) +
+                              ", " + quoted(transactId) + ", message)";
+    return sessionCall("payoutDV", entry, message, [&](const ApiFrame& frame) {
         return frame.result(dvLogics.payout(amountDispense, amountDeposit, orEmpty(transactId), message), message);
     });
 }
@@ -476,38 +445,20 @@ DV_API short amountDueDV(int amountDue, char* transactId, int* amountRest, char*
 
 DV_API short changeDV(char* message)
 {
-    return guarded("changeDV", message, [&]() -> short {
-        ApiFrame frame("changeDV", "changeDV(message)");
-        if (!message)
-            return frame.messageIsNull();
-        if (!g_bInitiated.load())
-            return frame.notInitiated(message);
-        return frame.result(dvLogics.change(message), message);
-    });
+    return sessionCall("changeDV", "changeDV(message)", message,
+                       [&](const ApiFrame& frame) { return frame.result(dvLogics.change(message), message); });
 }
 
 DV_API short regretDV(short regretType, char* message)
 {
-    return guarded("regretDV", message, [&]() -> short {
-        ApiFrame frame("regretDV", "regretDV(" + std::to_string(regretType) + ", message)");
-        if (!message)
-            return frame.messageIsNull();
-        if (!g_bInitiated.load())
-            return frame.notInitiated(message);
-        return frame.result(dvLogics.regret(regretType, message), message);
-    });
+    return sessionCall("regretDV", "regretDV(" + std::to_string(regretType) + ", message)", message,
+                       [&](const ApiFrame& frame) { return frame.result(dvLogics.regret(regretType, message), message); });
 }
 
 DV_API short resetDV(char* message)
 {
-    return guarded("resetDV", message, [&]() -> short {
-        ApiFrame frame("resetDV", "resetDV(message)");
-        if (!message)
-            return frame.messageIsNull();
-        if (!g_bInitiated.load())
-            return frame.notInitiated(message);
-        return frame.result(dvLogics.reset(message), message);
-    });
+    return sessionCall("resetDV", "resetDV(message)", message,
+                       [&](const ApiFrame& frame) { return frame.result(dvLogics.reset(message), message); });
 }
 
 } // extern "C"

@@ -253,13 +253,18 @@ short CLinkora::exchange(const std::string& command, char* ans, char* message)
     return status;
 }
 
+short CLinkora::send(const std::string& command, char* message)
+{
+    char ans[DV_ANSWER_BUFFER];
+    return exchange(command, ans, message);
+}
+
 short CLinkora::login(short cashRegId, short cashierId, char* message)
 {
     const struct tm now = dvLocalNow();
     const std::string command = "a" + strFS + dvFixedField(cashRegId, 2) + strFS + dvFixedField(cashierId, 2) +
                                 strFS + dvFixedField(now.tm_hour, 2) + dvFixedField(now.tm_min, 2);
-    char ans[DV_ANSWER_BUFFER];
-    return exchange(command, ans, message);
+    return send(command, message);
 }
 
 short CLinkora::logout(char* message)
@@ -278,14 +283,12 @@ short CLinkora::dispense(int amountDispense, const char* transactId, char* messa
     std::string command = "c" + strFS + num2str(8, amountDispense);
     if (transactId && *transactId)
         command += strFS + transactId;
-    char ans[DV_ANSWER_BUFFER];
-    return exchange(command, ans, message);
+    return send(command, message);
 }
 
 short CLinkora::askPayOut(int amountAsk, char* message)
 {
-    char ans[DV_ANSWER_BUFFER];
-    return exchange("d" + strFS + dvFixedField(amountAsk, 8), ans, message);
+    return send("d" + strFS + dvFixedField(amountAsk, 8), message);
 }
 
 short CLinkora::doPayOut(int amountDispense, int amountDeposit, const char* transactId, char* message)
@@ -299,8 +302,7 @@ short CLinkora::doPayOut(int amountDispense, int amountDeposit, const char* tran
     std::string command = "f" + strFS + num2str(8, amountDispense) + strFS + num2str(8, amountDeposit);
     if (!id.empty())
         command += strFS + id;
-    char ans[DV_ANSWER_BUFFER];
-    return exchange(command, ans, message);
+    return send(command, message);
 }
 
 namespace {
@@ -335,26 +337,22 @@ short CLinkora::disablePayin(char* message)
 
 short CLinkora::change(char* message)
 {
-    char ans[DV_ANSWER_BUFFER];
-    return exchange("e" + strFS + "1", ans, message);
+    return send("e" + strFS + "1", message);
 }
 
 short CLinkora::regretOne(char* message)
 {
-    char ans[DV_ANSWER_BUFFER];
-    return exchange("e" + strFS + "2", ans, message);
+    return send("e" + strFS + "2", message);
 }
 
 short CLinkora::reset(char* message)
 {
-    char ans[DV_ANSWER_BUFFER];
-    return exchange("e" + strFS + "3", ans, message);
+    return send("e" + strFS + "3", message);
 }
 
 short CLinkora::regretAll(char* message)
 {
-    char ans[DV_ANSWER_BUFFER];
-    return exchange("e" + strFS + "4", ans, message);
+    return send("e" + strFS + "4", message);
 }
 
 short CLinkora::regretAllSum(char* message)

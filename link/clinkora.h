@@ -74,7 +74,10 @@ public:
     bool isLoaded() const { return m_htoDll.load() != nullptr; }
 
 private:
+    // One exchange; "Done" in message on success. `ans` receives the answer.
     short exchange(const std::string& command, char* ans, char* message);
+    // The same when the answer itself is not needed.
+    short send(const std::string& command, char* message);
 
     std::atomic<void*> m_htoDll;
 };

@@ -98,6 +98,9 @@ private:
     short checkPayoutLimit(const char* op, int amountDispense, int amountDeposit, bool isPayout,
                            char* message);
     void markLowLevelWarningPending(const char* op);
+    // After change or regret: the start wait (when cash was paid in) and the
+    // stop wait (when the `check` setting is 1).
+    short waitForCashOut(const char* op, int payedIn, SETTINGTYPES check, char* message);
     void copySettingsToGlobals(bool all);
     // StatusOkTimeout (seconds) in milliseconds, kept within an int.
     int statusOkTimeoutMs() const;

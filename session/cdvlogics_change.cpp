@@ -15,6 +15,29 @@ bool inTransaction(DVSTATES state)
 
 } // namespace
 
+short CDVLogics::waitForCashOut(const char* op, int payedIn, SETTINGTYPES check, char* message)
+{
+    // Only cash that was paid in makes the device go to work.
+    if (payedIn > 0) {
+        const int wait = waitForStatus(1, 5000);
+        if (wait != 0) {
+            setMessage(message, "Timed out");
+            logError(dvFormat("CDVLogics::%s: Start timed out, return code = %d", op, wait));
+            return 6;
+        }
+    }
+    if (m_dvSettings.GetSettingInt(check) == 1) {
+        const int wait = waitForStatus(0, 3, statusOkTimeoutMs());
+        if (wait != 0) {
+            setMessage(message, "Timed out");
+            logError(dvFormat("CDVLogics::%s: Stop timed out, return code = %d", op, wait));
+            return 6;
+        }
+    }
+    setMessage(message, "Done");
+    return 0;
+}
+
 short CDVLogics::change(char* message)
 {
     logCall("CDVLogics::change()");
@@ -44,24 +67,7 @@ short CDVLogics::change(char* message)
                           message));
         return result;
     }
-    if (payedIn > 0) {
-        const int wait = waitForStatus(1, 5000);
-        if (wait != 0) {
-            setMessage(message, "Timed out");
-            logError(dvFormat("CDVLogics::change: Start timed out, return code = %d", wait));
-            return 6;
-        }
-    }
-    if (m_dvSettings.GetSettingInt(CHANGEOKCHECK) == 1) {
-        const int wait = waitForStatus(0, 3, statusOkTimeoutMs());
-        if (wait != 0) {
-            setMessage(message, "Timed out");
-            logError(dvFormat("CDVLogics::change: Stop timed out, return code = %d", wait));
-            return 6;
-        }
-    }
-    setMessage(message, "Done");
-    return 0;
+    return waitForCashOut("change", payedIn, CHANGEOKCHECK, message);
 }
 
 short CDVLogics::regret(short regretType, char* message)
@@ -121,24 +127,7 @@ short CDVLogics::regret(short regretType, char* message)
                           message));
         return result;
     }
-    if (payedIn > 0) {
-        const int wait = waitForStatus(1, 5000);
-        if (wait != 0) {
-            setMessage(message, "Timed out");
-            logError(dvFormat("CDVLogics::regret: Start timed out, return code = %d", wait));
-            return 6;
-        }
-    }
-    if (m_dvSettings.GetSettingInt(REGRETOKCHECK) == 1) {
-        const int wait = waitForStatus(0, 3, statusOkTimeoutMs());
-        if (wait != 0) {
-            setMessage(message, "Timed out");
-            logError(dvFormat("CDVLogics::regret: Stop timed out, return code = %d", wait));
-            return 6;
-        }
-    }
-    setMessage(message, "Done");
-    return 0;
+    return waitForCashOut("regret", payedIn, REGRETOKCHECK, message);
 }
 
 short CDVLogics::reset(char* message)
