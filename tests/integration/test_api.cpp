@@ -80,21 +80,6 @@ TEST_F(ApiFrameTest, EveryFunctionIsCovered)
     EXPECT_EQ(allCalls().size(), 24u);
 }
 
-TEST_F(ApiFrameTest, NullMessageAnswersFourAndWritesOnlyTheErrorLine)
-{
-    for (const Call& c : allCalls()) {
-        EXPECT_EQ(c.call(dv(), nullptr), 4) << c.name;
-        const std::string line = std::string(c.name) + ": Failed! Returning 4 (DV_STATUS_INPUT_PARAM_ERROR): "
-                                                       "message parameter is null";
-        EXPECT_TRUE(hasLine(apiLog(), "=> " + std::string(c.entry))) << c.name;
-        EXPECT_TRUE(hasLine(apiLog(), "!! " + line)) << c.name;
-        EXPECT_TRUE(hasLine(errorLog(), "!! " + line)) << c.name;
-    }
-    // Nothing reached the session.
-    for (const std::string& line : logged(logicLog()))
-        EXPECT_EQ(line.substr(0, 3), "## ") << line; // only the load banners
-}
-
 TEST_F(ApiFrameTest, BeforeInitEveryOperationAnswersNotInitiated)
 {
     for (const Call& c : allCalls()) {
