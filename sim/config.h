@@ -12,9 +12,9 @@ namespace dvsim {
 struct Timing {
     unsigned answerLatency = 0;  // dv_002 sleeps this long before answering
     unsigned reportLatency = 1;  // from the answer to the first report
-    unsigned reportGap = 30;     // at least this between two reports of the device
+    unsigned reportGap = 50;     // at least this between two reports of the device
     unsigned count = 30;         // counting one inserted note or coin
-    unsigned workingMin = 30;    // shortest working phase of a cash-out
+    unsigned workingMin = 50;    // shortest working phase of a cash-out
     unsigned payoutItem = 0;     // per note or coin paid out
     unsigned jitter = 0;         // random extra per phase, 0..jitter
 

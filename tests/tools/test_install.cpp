@@ -130,10 +130,18 @@ TEST_F(Installed, ExampleBuildsThroughPkgConfigAndSellsAgainstTheInstalledSimula
         options.timeoutMs = 30000;
         till = runProgram({work.file("sale"), "1250"}, options);
     });
+    // The customer pays once the till has enabled pay-in (its API log says
+    // so): cash that comes in while the till is still enabling pay-in makes
+    // the device answer busy, as a real one would.
+    auto payinEnabled = [&] {
+        const RunResult grep = shell("cat '" + logs.path() + "'/dvapi_*.log 2>/dev/null | grep -q 'enablePayinDV: Ok!'");
+        return grep.status == 0;
+    };
+    for (int i = 0; i < 600 && !payinEnabled(); ++i)
+        usleep(50000);
     bool paid = false;
     RunResult customer;
     for (int i = 0; i < 200 && !paid; ++i) {
-        // Refused until the till has logged in and enabled pay-in.
         customer = runProgram({at(DVTEST_BINDIR, "dvsim"), "-s", socket, "insert", "2000"});
         paid = customer.status == 0;
         if (!paid)
