@@ -46,6 +46,12 @@ void copyMessage(char* message, const char* text)
     dvCopyText(message, DV_MESSAGE_SIZE, text);
 }
 
+// The communication library's answer, copied as it stands.
+void copyAnswer(char* message, const char* ans)
+{
+    dvCopyPlain(message, DV_MESSAGE_SIZE, ans);
+}
+
 void* openLibrary(const char* name)
 {
     logDebug(dvFormat("CLinkora::loadTheComLibrary: Calling dlopen(%s, RTLD_NOW | RTLD_NODELETE | RTLD_GLOBAL)",
@@ -152,7 +158,7 @@ short CLinkora::initialize(callbfunc_type callback, char* portName, char* messag
     logDebug("CLinkora::initialize: Calling loadTheComLibrary");
     short status = loadTheComLibrary(ans);
     if (status != 0) {
-        copyMessage(message, ans);
+        copyAnswer(message, ans);
         return 2;
     }
     logDebug("CLinkora::initialize: Calling my_dv_initiate");
@@ -162,7 +168,7 @@ short CLinkora::initialize(callbfunc_type callback, char* portName, char* messag
         logError("CLinkora::initialize: my_dv_initiate returned error");
         logError(dvFormat("CLinkora::initialize: my_dv_initiate returned error, portName: %s, ans: %s, nReturn: %d",
                           portName ? portName : "", ans, status));
-        copyMessage(message, ans);
+        copyAnswer(message, ans);
         return status; // the library stays loaded
     }
     setMessage(message, "Done");
@@ -234,7 +240,7 @@ short CLinkora::exit(char* message)
         status = freeTheComLibrary(ans);
         if (status != 0) {
             logDebug("CLinkora::exit: freeTheComLibrary returned error, returning error code DV_STATUS_ERROR");
-            copyMessage(message, ans);
+            copyAnswer(message, ans);
             return 2;
         }
     }

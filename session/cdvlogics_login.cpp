@@ -87,8 +87,8 @@ short CDVLogics::verifyDV(int* verified, char* message)
         *verified = 1;
     m_nDVLevel = 1;
     // The device's texts are cut to the fields' sizes.
-    dvCopyText(m_masterVersion, sizeof m_masterVersion, g_masterVersion.get());
-    dvCopyText(m_supportedCommands, sizeof m_supportedCommands, g_supportedCommands.get());
+    dvCopyPlain(m_masterVersion, sizeof m_masterVersion, g_masterVersion.get().c_str());
+    dvCopyPlain(m_supportedCommands, sizeof m_supportedCommands, g_supportedCommands.get().c_str());
     logDebug(std::string("CDVLogics::verifyDV: Master Version: ") + m_masterVersion);
     logDebug(std::string("CDVLogics::verifyDV: Supported Commands: ") + m_supportedCommands);
     setMessage(message, "Done");
@@ -263,9 +263,9 @@ short CDVLogics::info(int& level, char* commands, char* master, char* info, char
             dvCopyText(commands, DV_INFO_COMMANDS_SIZE, "ABCDEF"); // a basic device's commands
     } else if (level == 1) {
         if (commands)
-            dvCopyText(commands, DV_INFO_COMMANDS_SIZE, m_supportedCommands);
+            dvCopyPlain(commands, DV_INFO_COMMANDS_SIZE, m_supportedCommands);
         if (master)
-            dvCopyText(master, DV_INFO_MASTER_SIZE, m_masterVersion);
+            dvCopyPlain(master, DV_INFO_MASTER_SIZE, m_masterVersion);
         if (info)
             dvCopyText(info, DV_INFO_INFO_SIZE, "Dravik");
     }

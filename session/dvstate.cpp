@@ -52,3 +52,39 @@ std::atomic<CErrorBackFunc> g_fErrorCallback{nullptr};
 std::atomic<CCashLevelBackFunc> g_fCashLevelCallback{nullptr};
 std::atomic<CLevelWarningBackFunc> g_fLevelWarningCallback{nullptr};
 std::atomic<CCashSessionBackFunc> g_fCashSessionCallback{nullptr};
+
+void dvResetStateForTesting()
+{
+    g_DVState = DVS_UNINITIATED;
+    g_bDVOpened = false;
+    g_nLastCallbackStatus = -1;
+    g_nLastCallbackMode = -1;
+    g_strLastCallbackCmd.clear();
+    g_strPrevCallbackArg.clear();
+    g_nLastCmessageRest = 0;
+    g_nAmountPayedIn = 0;
+    g_masterVersion.clear();
+    g_supportedCommands.clear();
+    g_bLastCmdWasAskPayoutWithOk = false;
+    g_nLastAskPayoutAmount = 0;
+    g_cLastCmd = 0;
+    g_nCurrentLowLevelWarningState = 3;
+    g_nCurrencyDecimals = 2;
+    g_nLegacySystem = 0;
+    g_nAutoDisable = 0;
+    g_nForwardCallbackChangeOnly = 0;
+    g_nLoggEveryCallback = 0;
+    g_nLoggSendEvents = 0;
+    g_strLevelWarningFilter.clear();
+    g_nLastLoggedStatusEventAmount = -1;
+    g_nLastLoggedStatusEventStatus = -1;
+    g_nLastLoggedStatusEventMode = -1;
+    g_bMessageSentSinceLastLoggedStatusEvent = true;
+    isProcessingPayoutCommand = false;
+    g_nInsideCallbackFunctions = 0;
+    g_fStatusCallback = nullptr;
+    g_fErrorCallback = nullptr;
+    g_fCashLevelCallback = nullptr;
+    g_fLevelWarningCallback = nullptr;
+    g_fCashSessionCallback = nullptr;
+}

@@ -98,4 +98,8 @@ extern std::atomic<CCashLevelBackFunc> g_fCashLevelCallback;
 extern std::atomic<CLevelWarningBackFunc> g_fLevelWarningCallback;
 extern std::atomic<CCashSessionBackFunc> g_fCashSessionCallback;
 
+// Puts every value above back to its load-time value, so that tests feeding
+// reports in one process do not depend on each other's order.
+void dvResetStateForTesting();
+
 #endif

@@ -25,6 +25,18 @@ size_t dvCopyText(char* dst, size_t capacity, const std::string& src)
     return dvCopyText(dst, capacity, src.c_str());
 }
 
+size_t dvCopyPlain(char* dst, size_t capacity, const char* src)
+{
+    if (!dst || capacity == 0)
+        return 0;
+    size_t n = 0;
+    if (src)
+        for (; src[n] && n + 1 < capacity; ++n)
+            dst[n] = src[n];
+    dst[n] = '\0';
+    return n;
+}
+
 std::string dvUnescapePercent(const std::string& src)
 {
     std::string out;

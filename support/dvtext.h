@@ -18,6 +18,11 @@
 size_t dvCopyText(char* dst, size_t capacity, const char* src);
 size_t dvCopyText(char* dst, size_t capacity, const std::string& src);
 
+// Copies src into dst as it stands (no '%' rule), cut at the capacity; the
+// same null and capacity rules as dvCopyText. For texts that are simply copied,
+// such as the device's version and command list.
+size_t dvCopyPlain(char* dst, size_t capacity, const char* src);
+
 // The same transformation, unbounded, into a string.
 std::string dvUnescapePercent(const std::string& src);
 

@@ -23,7 +23,7 @@ EXPORT void dv_initiate2(bool (*callback)(unsigned char*), char* portName, char*
         }
     }
 #ifdef FAKE_INIT_RESULT
-    strcpy(ans, "port busy %s%n");
+    strcpy(ans, "port busy %s%n 100%%");
     *result = FAKE_INIT_RESULT;
 #else
     strcpy(ans, "ok");

@@ -100,6 +100,22 @@ TEST_F(ApiFrameTest, BeforeInitEveryOperationAnswersNotInitiated)
     EXPECT_TRUE(simCommands().empty());
 }
 
+TEST_F(ApiFrameTest, BeforeInitANullMessageIsRefusedFirstAfterTheEntryLine)
+{
+    for (const Call& c : allCalls()) {
+        EXPECT_EQ(c.call(dv(), nullptr), 4) << c.name;
+        const std::vector<std::string> lines = readLines(apiLog());
+        ASSERT_GE(lines.size(), 2u) << c.name;
+        EXPECT_NE(lines[lines.size() - 2].find("=> " + std::string(c.entry)), std::string::npos)
+            << c.name << ": " << lines[lines.size() - 2];
+        EXPECT_NE(lines.back().find("!! " + std::string(c.name) +
+                                    ": Failed! Returning 4 (DV_STATUS_INPUT_PARAM_ERROR): message parameter is null"),
+                  std::string::npos)
+            << c.name << ": " << lines.back();
+    }
+    EXPECT_TRUE(simCommands().empty());
+}
+
 TEST_F(ApiFrameTest, PointerChecksComeInOrderAndBeforeTheInitiatedCheck)
 {
     const struct {

@@ -94,10 +94,10 @@ TEST_F(LoadingTest, LibraryWithoutDv002)
 TEST_F(LoadingTest, InitiateResultIsPassedThrough)
 {
     EXPECT_EQ(initIn("result5"), 5);
-    EXPECT_STREQ(msg, "port busy %s%n"); // the library's own text, never used as a format
+    EXPECT_STREQ(msg, "port busy %s%n 100%%"); // the library's own text, copied as it stands
     EXPECT_TRUE(hasLine(logic(), "!! CLinkora::initialize: my_dv_initiate returned error"));
     EXPECT_TRUE(hasLine(logic(), "!! CLinkora::initialize: my_dv_initiate returned error, portName: COM1, ans: port "
-                                 "busy %s%n, nReturn: 5"));
+                                 "busy %s%n 100%%, nReturn: 5"));
 }
 
 } // namespace

@@ -28,11 +28,26 @@ std::string loginCommand()
     return "";
 }
 
+// The local time as the login sends it.
+std::string localHHMM()
+{
+    const time_t now = time(nullptr);
+    struct tm local;
+    localtime_r(&now, &local);
+    char text[8];
+    snprintf(text, sizeof text, "%02d%02d", local.tm_hour, local.tm_min);
+    return text;
+}
+
 TEST_F(SessionTest, WholeSale)
 {
     ASSERT_EQ(init(), 0) << msg;
+    const std::string before = localHHMM();
     ASSERT_EQ(dv().loginDV(3, 4, msg), 0) << msg;
+    EXPECT_STREQ(msg, "Done");
+    const std::string after = localHHMM();
     ASSERT_EQ(dv().enablePayinDV(msg), 0) << msg;
+    EXPECT_STREQ(msg, "Done");
     ASSERT_EQ(dvsim_insert(2000), DVSIM_OK);
     ASSERT_EQ(dvsim_insert(500), DVSIM_OK);
     settle();
@@ -48,7 +63,9 @@ TEST_F(SessionTest, WholeSale)
     EXPECT_EQ(commands[0].substr(0, 2), kQuery);
     EXPECT_EQ(commands[0].size(), 2u + 14u); // yyyymmddHHMMSS
     EXPECT_EQ(commands[1].substr(0, 8), "a|03|04|");
-    EXPECT_EQ(commands[1].size(), 12u);
+    ASSERT_EQ(commands[1].size(), 12u);
+    const std::string hhmm = commands[1].substr(8); // the login's local time
+    EXPECT_TRUE(hhmm == before || hhmm == after) << hhmm;
     const std::vector<std::string> rest(commands.begin() + 2, commands.end());
     // The first payout after login asks first: cash levels count as low until
     // the device says otherwise.
@@ -102,6 +119,17 @@ TEST_F(SessionTest, CapabilityQueryFillsInfo)
     EXPECT_TRUE(hasLine(logicLog(), "== CDVLogics::verifyDV: Master Version: 01.02"));
     EXPECT_TRUE(hasLine(logicLog(), "== CDVLogics::info: level=1, commands=\"ABCDEFGH1234X\", master=\"01.02\", "
                                     "info=\"Dravik\", message=\"Done\"."));
+}
+
+TEST_F(SessionTest, DeviceTextsReachInfoAsTheyStand)
+{
+    char err[128];
+    ASSERT_EQ(dvsim_load_scenario_text("commands AB%%C%s%n\n", err, sizeof err), DVSIM_OK) << err;
+    initAndLogin();
+    int level = -1;
+    char commands[DV_INFO_COMMANDS_SIZE], master[DV_INFO_MASTER_SIZE], info[DV_INFO_INFO_SIZE];
+    ASSERT_EQ(dv().infoDV(&level, commands, master, info, msg), 0) << msg;
+    EXPECT_STREQ(commands, "AB%%C%s%n");
 }
 
 TEST_F(SessionTest, InfoWhileLoggedOutIsClosedAndTouchesNothing)

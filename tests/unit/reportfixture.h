@@ -28,6 +28,7 @@ protected:
         DVLogicsLogger::ResetForTesting();
         DVLangSupport::ResetForTesting();
         dvtest::Recorder::instance().clear();
+        dvResetStateForTesting();
         // The settings as a session with default configuration has them.
         g_nForwardCallbackChangeOnly = 1;
         g_nLoggSendEvents = 1;

@@ -5,7 +5,20 @@
 
 namespace {
 
-using PaidOutListTest = ReportTest;
+class PaidOutListTest : public ReportTest {
+protected:
+    void SetUp() override
+    {
+        ReportTest::SetUp();
+        // The session object lives for the whole process: empty its list, so
+        // that the cases do not depend on their order.
+        char message[DV_MESSAGE_SIZE];
+        dvLogics.changeSettings(const_cast<char*>("PayOutAmountPerTimeLimitSeconds:1"), 0, message);
+        dvtest::fakeNow().sec = dvtest::kMon20261116_090507 + 1000000;
+        dvLogics.purgePaidOutList();
+        ASSERT_EQ(dvLogics.getSumInPurgePaidOutList(), 0);
+    }
+};
 
 TEST_F(PaidOutListTest, RecordExactlyAsOldAsTheLimitStays)
 {

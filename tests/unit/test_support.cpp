@@ -42,6 +42,15 @@ TEST(CopyText, NullSourceIsEmptyAndNullDestinationIsLeftAlone)
     EXPECT_EQ(dvUnescapePercent("a%%b%c%%"), "a%b%c%");
 }
 
+TEST(CopyText, PlainCopyKeepsEveryPercentAndStopsAtTheCapacity)
+{
+    char out[6];
+    EXPECT_EQ(dvCopyPlain(out, sizeof out, "a%%b%sXYZ"), 5u);
+    EXPECT_STREQ(out, "a%%b%");
+    EXPECT_EQ(dvCopyPlain(out, sizeof out, nullptr), 0u);
+    EXPECT_STREQ(out, "");
+}
+
 TEST(NumberTexts, Num2strPadsButNeverCuts)
 {
     EXPECT_EQ(num2str(3, 7), "007");
