@@ -136,6 +136,26 @@ TEST_F(ChangeTest, ChangeStopWaitTimesOut)
     EXPECT_TRUE(hasLine(logicLog(), "!! CDVLogics::change: Stop timed out, return code = 6"));
 }
 
+// With money paid in, change and regret wait up to 5 s for the device to
+// start paying it back.
+TEST_F(ChangeTest, ChangeThatNeverStartsTimesOut)
+{
+    reach(ENABLED);
+    ASSERT_EQ(dvsim_drop_reports(100), DVSIM_OK);
+    EXPECT_EQ(dv().changeDV(msg), 6);
+    EXPECT_STREQ(msg, "Timed out");
+    EXPECT_TRUE(hasLine(logicLog(), "!! CDVLogics::change: Start timed out, return code = 6"));
+}
+
+TEST_F(ChangeTest, RegretThatNeverStartsTimesOut)
+{
+    reach(ENABLED);
+    ASSERT_EQ(dvsim_drop_reports(100), DVSIM_OK);
+    EXPECT_EQ(dv().regretDV(1, msg), 6);
+    EXPECT_STREQ(msg, "Timed out");
+    EXPECT_TRUE(hasLine(logicLog(), "!! CDVLogics::regret: Start timed out, return code = 6"));
+}
+
 TEST_F(ChangeTest, ChecksWaitForTheDeviceToFinish)
 {
     reach(ENABLED, "ChangeOkCheck:1;RegretOkCheck:1");
@@ -152,7 +172,9 @@ TEST_F(ChangeTest, DeviceThatStaysBusyMakesRegretGiveUp)
     const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(dv().regretDV(0, msg), 1);
     EXPECT_STREQ(msg, "Dravik is busy");
-    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(10000)); // regret waits 10 s
+    const auto waited = std::chrono::steady_clock::now() - start;
+    EXPECT_GE(waited, std::chrono::milliseconds(10000)); // regret waits 10 s, not the 15 s of the others
+    EXPECT_LT(waited, std::chrono::milliseconds(14000));
     EXPECT_TRUE(hasLine(logicLog(), "!! CDVLogics::regret: Dravik is still busy, giving up."));
     EXPECT_TRUE(simCommands().empty());
 }

@@ -217,6 +217,32 @@ TEST_F(PayoutTest, PayoutStopWaitAndTemporarySettings)
     EXPECT_TRUE(hasLine(logicLog(), "## CDVSettings::RestoreSettings: Restored PayOutOkCheck: 0"));
 }
 
+TEST_F(PayoutTest, PermanentSettingsAreNotRestoredAfterAPayout)
+{
+    sale(2000);
+    ASSERT_EQ(dv().changeSettingsDV(Text("PayOutOkCheck:1"), 0, msg), 0);
+    ASSERT_EQ(dv().payoutDV(500, 1500, Text(""), msg), 0) << msg;
+    EXPECT_FALSE(hasLine(logicLog(), "## CDVSettings::RestoreSettings: Restored PayOutOkCheck: 0"));
+}
+
+// A temporary AutoDisable is restored in the settings store but not in the
+// value the login reads: the next login still disables pay-in by itself.
+TEST_F(PayoutTest, RestoreLeavesAutoDisableInForce)
+{
+    sale(2000);
+    ASSERT_EQ(dv().changeSettingsDV(Text("AutoDisable:1"), 1, msg), 0);
+    ASSERT_EQ(dv().payoutDV(500, 1500, Text(""), msg), 0) << msg;
+    settle();
+    EXPECT_TRUE(hasLine(logicLog(), "## CDVSettings::RestoreSettings: Restored AutoDisable: 0"));
+    ASSERT_EQ(dv().logoutDV(msg), 0) << msg;
+    settle();
+    dvsim_clear_logs();
+    ASSERT_EQ(dv().loginDV(1, 1, msg), 0) << msg;
+    settle();
+    const std::vector<std::string> commands = simCommands();
+    EXPECT_NE(std::find(commands.begin(), commands.end(), "g"), commands.end());
+}
+
 TEST_F(PayoutTest, PayoutThatNeverStartsTimesOut)
 {
     sale(7000);
@@ -233,6 +259,27 @@ TEST_F(PayoutTest, PayoutThatNeverStopsTimesOut)
     ASSERT_EQ(dvsim_set_timing(DVSIM_TIMING_PAYOUT_ITEM, 3000), DVSIM_OK);
     EXPECT_EQ(dv().payoutDV(500, 1500, Text(""), msg), 6);
     EXPECT_TRUE(hasLine(logicLog(), "!! CDVLogics::payout: doPayout stop timed out, return code = 6"));
+}
+
+TEST_F(PayoutTest, DispenseThatNeverStartsTimesOut)
+{
+    disabled();
+    ASSERT_EQ(dv().askPayoutDV(5000, msg), 0) << msg; // so that the dispense does not ask again
+    ASSERT_EQ(dvsim_drop_reports(100), DVSIM_OK);
+    int rest = 0;
+    EXPECT_EQ(dv().dispenseDV(5000, nullptr, &rest, msg), 6);
+    EXPECT_STREQ(msg, "Timed out");
+    EXPECT_TRUE(hasLine(logicLog(), "!! CDVLogics::dispense: dispense start timed out, return code = 6"));
+}
+
+TEST_F(PayoutTest, DispenseThatNeverStopsTimesOut)
+{
+    disabled("PayOutOkCheck:1;StatusOkTimeout:1;AskPayOutAmountLimit:0");
+    ASSERT_EQ(dvsim_set_timing(DVSIM_TIMING_PAYOUT_ITEM, 3000), DVSIM_OK);
+    int rest = 0;
+    EXPECT_EQ(dv().dispenseDV(700, nullptr, &rest, msg), 6);
+    EXPECT_STREQ(msg, "Timed out");
+    EXPECT_TRUE(hasLine(logicLog(), "!! CDVLogics::dispense: dispense stop timed out, return code = 6"));
 }
 
 TEST_F(PayoutTest, DispenseStopWaitAcceptsIdleOrDisabled)

@@ -206,6 +206,19 @@ TEST_F(SessionTest, BusyLogoutIsRetriedOnce)
     EXPECT_TRUE(hasLine(logicLog(), "== CLinkora::logout: returning not ok: 1"));
 }
 
+TEST_F(SessionTest, BusyLogoutOfADeviceThatStaysBusyGivesUp)
+{
+    initAndLogin("StatusOkTimeout:1");
+    ASSERT_EQ(dvsim_inject_report("a0000000011"), DVSIM_OK); // working, and nothing after it
+    settle();
+    dvsim_clear_logs();
+    ASSERT_EQ(dvsim_force_answer(DVSIM_ANSWER_BUSY, 1), DVSIM_OK);
+    EXPECT_EQ(dv().logoutDV(msg), 1);
+    EXPECT_STREQ(msg, "Dravik is busy");
+    EXPECT_EQ(simCommands(), std::vector<std::string>{"b"}); // no second try
+    EXPECT_TRUE(hasLine(logicLog(), "!! CDVLogics::logout: Dravik is still busy"));
+}
+
 TEST_F(SessionTest, AnswerCodesBecomeStatuses)
 {
     initAndLogin();
@@ -307,8 +320,25 @@ TEST_F(PayinTableTest, DepositKeepsWhatWasPaidIn)
     EXPECT_TRUE(hasLine(logicLog(), "== CLinkora::doPayOut: Amount Due: 1000"));
     settle();
     // A second deposit goes out again, with the amount paid in by then.
-    ASSERT_EQ(dv().depositDV(nullptr, msg), 0);
-    EXPECT_EQ(simCommands().back().substr(0, 11), "f|00000000|");
+    // (The report is injected: the simulator's own count is 0, so it refuses.)
+    ASSERT_EQ(dvsim_inject_report("a0000070031"), DVSIM_OK); // 7.00 paid in, pay-in disabled
+    settle();
+    dv().depositDV(nullptr, msg);
+    EXPECT_EQ(simCommands().back(), "f|00000000|00000700");
+}
+
+// Enable, disable and deposit share this guard (15 s; one slow case).
+TEST_F(PayinTableTest, DeviceThatStaysBusyMakesPayinGiveUp)
+{
+    reach(ENABLED);
+    ASSERT_EQ(dvsim_inject_report("a0000000011"), DVSIM_OK); // working, and nothing after it
+    settle();
+    dvsim_clear_logs();
+    EXPECT_EQ(dv().disablePayinDV(msg), 1);
+    EXPECT_STREQ(msg, "Dravik is busy");
+    EXPECT_TRUE(hasLine(logicLog(), "== CDVLogics::disablePayin: Dravik is Busy. Wait for Ok"));
+    EXPECT_TRUE(hasLine(logicLog(), "!! CDVLogics::disablePayin: Dravik is still busy, giving up."));
+    EXPECT_TRUE(simCommands().empty());
 }
 
 TEST_F(PayinTableTest, DisableThatIsNeverConfirmedTimesOut)
