@@ -71,9 +71,15 @@ TEST_F(ParserTest, Denominations)
     EXPECT_EQ(text, "5/");
     EXPECT_EQ(value, 500);
 
-    g_nCurrencyDecimals = 0;
-    EXPECT_EQ(getDenomination("100 JPY", 0, value, text, suffix), 0);
-    EXPECT_EQ(value, 100);
+    // The separator form is taken unscaled whatever the currency's decimals;
+    // the plain form is scaled by them.
+    for (int decimals : {0, 3}) {
+        g_nCurrencyDecimals = decimals;
+        EXPECT_EQ(getDenomination("0,50 EUR", 0, value, text, suffix), 0);
+        EXPECT_EQ(value, 50) << decimals;
+        EXPECT_EQ(getDenomination("100 JPY", 0, value, text, suffix), 0);
+        EXPECT_EQ(value, decimals == 0 ? 100 : 100000) << decimals;
+    }
     g_nCurrencyDecimals = 2;
 
     EXPECT_EQ(getDenomination("EUR", 0, value, text, suffix), 2);

@@ -53,6 +53,8 @@ TEST_F(ReportTest, StateMovesOnlyOutOfLoggedOutOrAFailedLogin)
         {DVS_LOGGED_OUT, 0, 0, "a0000000000", DVS_LOGGED_OUT},   // not open
         {DVS_PAYIN_ENABLED, 0, 0, "a0000000031", DVS_PAYIN_ENABLED},
         {DVS_CASH_DEPOSITED, 2, 'A', "a0000000001", DVS_PAYIN_ENABLED}, // after a failed login
+        {DVS_PAYIN_ENABLED, 2, 'A', "a0000000031", DVS_PAYIN_DISABLED},
+        {DVS_PAYIN_ENABLED, 2, 'A', "a0000000030", DVS_PAYIN_ENABLED},  // not open
         {DVS_CASH_DEPOSITED, 2, 'H', "a0000000001", DVS_CASH_DEPOSITED},
     };
     for (const auto& c : cases) {
@@ -77,6 +79,50 @@ TEST_F(ReportTest, DuplicateIsForwardedOnlyWithoutChangeOnly)
     feed("a0000050001");
     EXPECT_EQ(events("status").size(), 2u);
     EXPECT_EQ(dvtest::grep(logs.file("dvlogic_Mon.log"), "<- a0000050001").size(), 2u);
+}
+
+TEST_F(ReportTest, DisabledReportInPayinEnabledOnlySendsTheEvent)
+{
+    g_DVState = DVS_PAYIN_ENABLED;
+    feed("a0000000031");
+    EXPECT_EQ(g_DVState.load(), DVS_PAYIN_ENABLED);
+    ASSERT_EQ(events().size(), 1u);
+    EXPECT_EQ(events()[0].str(), "status 0 3 1");
+}
+
+TEST_F(ReportTest, DuplicateRuleUnderEverySetting)
+{
+    const struct {
+        int changeOnly, logEvery;
+        size_t events, rawLines;
+    } cases[] = {{1, 0, 1, 1}, {1, 1, 1, 2}, {0, 0, 2, 1}, {0, 1, 2, 2}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE("ForwardCallbackChangeOnly " + std::to_string(c.changeOnly) + ", LoggEveryCallback " +
+                     std::to_string(c.logEvery));
+        g_nForwardCallbackChangeOnly = c.changeOnly;
+        g_nLoggEveryCallback = c.logEvery;
+        g_strPrevCallbackArg.clear();
+        dvtest::Recorder::instance().clear();
+        const size_t before = dvtest::grep(logs.file("dvlogic_Mon.log"), "<- a0000050001").size();
+        feed("a0000050001");
+        feed("a0000050001");
+        EXPECT_EQ(events("status").size(), c.events);
+        EXPECT_EQ(dvtest::grep(logs.file("dvlogic_Mon.log"), "<- a0000050001").size() - before, c.rawLines);
+    }
+}
+
+TEST_F(ReportTest, RepeatedLevelAndRestReportsAreNotForwardedWithChangeOnly)
+{
+    g_nLastCallbackStatus = 0;
+    g_nLastCallbackMode = 1;
+    feed("b0000000001" + pad16("05 10 EUR"));
+    feed("b0000000001" + pad16("05 10 EUR"));
+    EXPECT_EQ(events("level").size(), 1u);
+    feed("c0000050011");
+    g_nAmountPayedIn = 0;
+    feed("c0000050011");
+    EXPECT_EQ(events("status").size(), 1u);
+    EXPECT_EQ(g_nAmountPayedIn.load(), 0); // the repeat stops before the amount is taken
 }
 
 TEST_F(ReportTest, DuplicateStillUpdatesTheState)
@@ -188,6 +234,10 @@ TEST_F(ReportTest, EnteringAnErrorSendsTheErrorEventStayingInItTheTail)
 
     feed("b0000000021" + pad16("05 10 EUR")); // error with a level tail, while in error
     EXPECT_EQ(events("level").size(), 1u);
+    feed("b0000000021BO/WD00012000"); // and a session record, while in error
+    ASSERT_EQ(events("session").size(), 1u);
+    EXPECT_EQ(events("session")[0].b, 12000);
+    EXPECT_EQ(events("error").size(), 1u);
 }
 
 TEST_F(ReportTest, ErrorEventIsLoggedToTheErrorFileAlways)
@@ -231,7 +281,18 @@ TEST_F(ReportTest, SessionRecords)
         EXPECT_EQ(got[i].a, cases[i].type);
         EXPECT_EQ(got[i].b, cases[i].amount);
     }
-    EXPECT_EQ(got[4].texts[0], std::string("Dravik 1.2 SN 4711").substr(0, 19)); // cut to 19 + NUL
+    EXPECT_EQ(got[4].texts[0], "Dravik 1.2 SN 4711");
+}
+
+TEST_F(ReportTest, ErrorAndSessionTextsAreCutToTheirCapacities)
+{
+    dvtest::writeFile(config.file("dvlang.ini"), "[Lang]\nError Code 7 = " + std::string(300, 'T') + "\n");
+    sendErrorEvent("NOTE JAM      07");
+    ASSERT_EQ(events("error").size(), 1u);
+    EXPECT_EQ(events("error")[0].texts[0], std::string(DV_ERROR_TEXT_SIZE - 1, 'T'));
+    sendCashSessionEvent("CR/RF00000100 and a long remark");
+    ASSERT_EQ(events("session").size(), 1u);
+    EXPECT_EQ(events("session")[0].texts[0], std::string("CR/RF00000100 and a long remark").substr(0, DV_SESSION_EXTINFO_SIZE - 1));
 }
 
 TEST_F(ReportTest, RestReports)
@@ -290,6 +351,46 @@ TEST_F(ReportTest, StatusEventLogIsNotRepeatedUntilSomethingElseHappens)
     g_bMessageSentSinceLastLoggedStatusEvent = true; // a command went out
     feed("a0000000001");
     EXPECT_EQ(dvtest::grep(logs.file("dvapi_Mon.log"), "StatusEvent:").size(), 3u);
+
+    sendErrorEvent("NOTE JAM      07"); // so does an error event
+    sendStatusEvent(0, 0, 1);
+    EXPECT_EQ(dvtest::grep(logs.file("dvapi_Mon.log"), "StatusEvent:").size(), 4u);
+    sendCashSessionEvent("CR/RF00000100"); // and a session event
+    sendStatusEvent(0, 0, 1);
+    EXPECT_EQ(dvtest::grep(logs.file("dvapi_Mon.log"), "StatusEvent:").size(), 5u);
+
+    g_nLoggEveryCallback = 1; // every event, repeated or not
+    sendStatusEvent(0, 0, 1);
+    EXPECT_EQ(dvtest::grep(logs.file("dvapi_Mon.log"), "StatusEvent:").size(), 6u);
+
+    g_nLoggSendEvents = 0; // no event lines at all
+    sendStatusEvent(5, 0, 1);
+    EXPECT_EQ(dvtest::grep(logs.file("dvapi_Mon.log"), "StatusEvent:").size(), 6u);
+    EXPECT_EQ(dvtest::grep(logs.file("dvlogic_Mon.log"), "sendStatusEvent:").size(), 6u);
+}
+
+// The till may call exitDV from any callback: the link must know that one runs.
+int g_insideSeen[5];
+void statusSeen(int, short, short) { g_insideSeen[0] = g_nInsideCallbackFunctions.load(); }
+void errorSeen(int, char*, char*) { g_insideSeen[1] = g_nInsideCallbackFunctions.load(); }
+void levelSeen(long, short, char*) { g_insideSeen[2] = g_nInsideCallbackFunctions.load(); }
+void warningSeen(short, long, short, char*, char*, char*, char*) { g_insideSeen[3] = g_nInsideCallbackFunctions.load(); }
+void sessionSeen(short, int, char*) { g_insideSeen[4] = g_nInsideCallbackFunctions.load(); }
+
+TEST_F(ReportTest, EveryCallIntoTheTillIsCounted)
+{
+    g_fStatusCallback = &statusSeen;
+    g_fErrorCallback = &errorSeen;
+    g_fCashLevelCallback = &levelSeen;
+    g_fLevelWarningCallback = &warningSeen;
+    g_fCashSessionCallback = &sessionSeen;
+    sendStatusEvent(0, 0, 1);
+    sendErrorEvent("NOTE JAM      07");
+    sendCashLevelEvent(pad16("05 10 EUR"));
+    sendCashSessionEvent("CR/RF00000100");
+    for (int seen : g_insideSeen)
+        EXPECT_EQ(seen, 1);
+    EXPECT_EQ(g_nInsideCallbackFunctions.load(), 0);
 }
 
 TEST_F(ReportTest, HostileReportsNeverCrashOrCorrupt)
