@@ -284,11 +284,14 @@ DVLogicsLogger::DVLogicsLogger()
     strcpy(m_strLOGICSLogFileName, "dvlogic");
     strcpy(m_strERRORLogFileName, "dverror");
 
+    // A HOME too long for the buffer is not cut (that would make a stray
+    // directory named after part of it): the default stays empty, mkdir of
+    // "" fails, and no file is opened.
     const char* home = getenv("HOME");
-    if (home)
-        snprintf(m_strDefaultLogFilePath, sizeof m_strDefaultLogFilePath, "%s/temp", home);
-    else
+    if (!home)
         strcpy(m_strDefaultLogFilePath, "temp");
+    else if (strlen(home) + strlen("/temp") < sizeof m_strDefaultLogFilePath)
+        snprintf(m_strDefaultLogFilePath, sizeof m_strDefaultLogFilePath, "%s/temp", home);
 
     const char* directory = getenv("DVLOGS");
     if (!directory)

@@ -6,6 +6,7 @@
 #include <regex>
 #include <sstream>
 #include <stdexcept>
+#include <dirent.h>
 #include <sys/stat.h>
 
 namespace dvtest {
@@ -86,6 +87,27 @@ void setEnv(const char* name, const char* value)
         setenv(name, value, 1);
     else
         unsetenv(name);
+}
+
+
+std::string getEnv(const char* name)
+{
+    const char* value = getenv(name);
+    return value ? value : "";
+}
+
+std::vector<std::string> listDir(const std::string& path)
+{
+    std::vector<std::string> names;
+    if (DIR* d = opendir(path.c_str())) {
+        while (const struct dirent* e = readdir(d)) {
+            const std::string name = e->d_name;
+            if (name != "." && name != "..")
+                names.push_back(name);
+        }
+        closedir(d);
+    }
+    return names;
 }
 
 } // namespace dvtest

@@ -32,6 +32,11 @@ bool anyLineMatches(const std::string& path, const std::string& regex);
 
 // Sets or unsets an environment variable (null value unsets).
 void setEnv(const char* name, const char* value);
+// An environment variable's value ("" when unset).
+std::string getEnv(const char* name);
+
+// Names in a directory, without "." and "..".
+std::vector<std::string> listDir(const std::string& path);
 
 } // namespace dvtest
 

@@ -83,6 +83,31 @@ TEST_F(LifecycleTest, SuccessfulInitAndExitWriteExactlyTheseLines)
     EXPECT_TRUE(hasLine(apiLog(), "== exitDV: Ok! Returning 0 (DV_STATUS_OK): Done"));
 }
 
+// The logging flags of dvlogics.ini switch the session's lines off; the
+// configuration lines are always written.
+TEST_F(LifecycleTest, LoggingFlagsFromTheConfigurationFile)
+{
+    writeConfig("[Logging]\nLogDebug=0\nLogComToCAPI=0\n");
+    ASSERT_EQ(init(), 0) << msg;
+    ASSERT_EQ(dv().loginDV(1, 1, msg), 0) << msg;
+    settle();
+    EXPECT_TRUE(hasLine(logicLog(), "## CDVLogics::getIniFileSettings: LogDebug: 0 (from ini file)"));
+    std::vector<std::string> afterConfig;
+    bool configDone = false;
+    for (const auto& line : readLines(logicLog())) {
+        if (line.find("LogDebug: 0 (from ini file)") != std::string::npos)
+            configDone = true;
+        else if (configDone)
+            afterConfig.push_back(line);
+    }
+    ASSERT_FALSE(afterConfig.empty());
+    for (const auto& line : afterConfig) {
+        EXPECT_EQ(line.find(" == "), std::string::npos) << line;
+        EXPECT_EQ(line.find(" <- "), std::string::npos) << line;
+    }
+    EXPECT_FALSE(grep(logicLog(), " -> a").empty()); // commands are still logged
+}
+
 TEST_F(LifecycleTest, LoadAndUnloadWriteTheBanners)
 {
     lib.unload();

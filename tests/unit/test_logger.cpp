@@ -130,6 +130,49 @@ TEST_F(LoggerTest, WeekdayFileOfAnEarlierWeekIsEmptiedWhenFirstOpened)
     EXPECT_EQ(dvtest::readFile(api()), "w46 08:00:00.000 => this week\nw46 09:05:07.042 == new\n");
 }
 
+TEST_F(LoggerTest, EmptyExistingFileIsAppendedTo)
+{
+    dvtest::writeFile(logic(), "");
+    DVLogicsLogger::LogMessage("new", DVDEBUG, DVLOGICSLOG);
+    EXPECT_EQ(dvtest::readFile(logic()), "w46 09:05:07.042 == new\n");
+}
+
+size_t openDescriptors()
+{
+    return dvtest::listDir("/proc/self/fd").size();
+}
+
+TEST_F(LoggerTest, DateSwitchClosesTheOldFiles)
+{
+    DVLogicsLogger::LogMessage("first", DVDEBUG, DVLOGICSLOG);
+    const size_t open = openDescriptors();
+    for (int day = 1; day <= 10; ++day) {
+        dvtest::fakeNow().sec = dvtest::kMon20261116_090507 + day * 86400;
+        DVLogicsLogger::LogMessage("next", DVDEBUG, DVLOGICSLOG);
+    }
+    EXPECT_EQ(openDescriptors(), open);
+}
+
+TEST_F(LoggerTest, LinesOnTheRealClockHaveTheDocumentedForm)
+{
+    dvtest::useRealClock();
+    DVLogicsLogger::ResetForTesting();
+    DVLogicsLogger::LogMessage("real", DVERROR, DVLOGICSLOG, DVERRORLOG);
+    const std::regex line("w\\d{2} \\d{2}:\\d{2}:\\d{2}\\.\\d{3} !! real");
+    const std::regex errorLine("\\d{4}-\\d{2}-\\d{2} (Sun|Mon|Tue|Wed|Thu|Fri|Sat) w\\d{2} \\d{2}:\\d{2}:\\d{2}\\.\\d{3} !! real");
+    bool logicSeen = false, errorSeen = false;
+    for (const auto& name : dvtest::listDir(dir.path())) {
+        const auto lines = dvtest::readLines(dir.file(name));
+        if (std::regex_match(name, std::regex("dvlogic_(Sun|Mon|Tue|Wed|Thu|Fri|Sat)\\.log")) && lines.size() == 1)
+            logicSeen = std::regex_match(lines[0], line);
+        if (std::regex_match(name, std::regex("dverror_(Jan|Feb|Mar|Apr|May|Jun|Jul|Aug|Sep|Oct|Nov|Dec)\\.log")) &&
+            lines.size() == 1)
+            errorSeen = std::regex_match(lines[0], errorLine);
+    }
+    EXPECT_TRUE(logicSeen);
+    EXPECT_TRUE(errorSeen);
+}
+
 TEST_F(LoggerTest, WeekdayFileWithAnUnreadableHeadIsEmptied)
 {
     dvtest::writeFile(logic(), "garbage\n");
@@ -204,9 +247,11 @@ protected:
     void TearDown() override
     {
         DVLogicsLogger::ResetForTesting();
+        dvtest::setEnv("HOME", home.empty() ? nullptr : home.c_str());
         ASSERT_EQ(chdir("/tmp"), 0);
     }
     TempDir dir;
+    const std::string home = dvtest::getEnv("HOME");
 };
 
 TEST_F(LoggerDirectoryTest, DvlogsWinsOverLogfile)
@@ -230,6 +275,16 @@ TEST_F(LoggerDirectoryTest, DefaultIsTempBelowHome)
     dvtest::setEnv("HOME", dir.path().c_str());
     DVLogicsLogger::LogMessage("x", DVERROR, DVLOGICSLOG);
     EXPECT_TRUE(dvtest::fileExists(dir.file("temp/dverror_Nov.log")));
+}
+
+TEST_F(LoggerDirectoryTest, HomeTooLongForThePathOpensNothingAndMakesNoDirectory)
+{
+    const std::string longHome = dir.file(std::string(252, 'h'));
+    ASSERT_EQ(mkdir(longHome.c_str(), 0775), 0);
+    dvtest::setEnv("HOME", longHome.c_str());
+    DVLogicsLogger::LogMessage("x", DVERROR, DVLOGICSLOG);
+    EXPECT_EQ(dvtest::listDir(longHome).size(), 0u);
+    EXPECT_EQ(dvtest::listDir(dir.path()).size(), 1u); // no cut-off copy of the name beside it
 }
 
 TEST_F(LoggerDirectoryTest, WithoutHomeTheDefaultIsTempBelowTheCurrentDirectory)
