@@ -47,12 +47,6 @@ inline void useFakeClock(time_t at, long usec = 42000)
     dvSetClock(&fakeClock);
 }
 
-// Back to the system clock (the time zone stays UTC).
-inline void useRealClock()
-{
-    dvSetClock(nullptr);
-}
-
 } // namespace dvtest
 
 #endif

@@ -9,7 +9,6 @@
 #include <atomic>
 #include <chrono>
 #include <cstring>
-#include <dirent.h>
 #include <functional>
 #include <random>
 #include <set>
@@ -29,13 +28,7 @@ void sleepMs(int ms)
 // Entries of a /proc/self directory (open files, threads).
 size_t countEntries(const char* dir)
 {
-    size_t n = 0;
-    if (DIR* d = opendir(dir)) {
-        while (const dirent* e = readdir(d))
-            n += e->d_name[0] != '.';
-        closedir(d);
-    }
-    return n;
+    return listDir(dir).size();
 }
 
 // Till callbacks that check what they get against the sizes the header

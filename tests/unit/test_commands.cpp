@@ -79,15 +79,4 @@ TEST_F(CommandBytesTest, EveryMethodSendsItsBytes)
     }
 }
 
-TEST_F(CommandBytesTest, PayoutLogsItsAmountsBeforeSending)
-{
-    linkora.doPayOut(1000, 1500, "T1", message);
-    const std::vector<std::string> log = logic();
-    const std::vector<std::string> expected = {
-        "== CLinkora::doPayOut: Transaction Id: T1", "== CLinkora::doPayOut: Amount Deposit: 1500",
-        "== CLinkora::doPayOut: Amount Dispense: 1000", "== CLinkora::doPayOut: Amount Due: 500"};
-    auto at = std::search(log.begin(), log.end(), expected.begin(), expected.end());
-    EXPECT_NE(at, log.end());
-}
-
 } // namespace

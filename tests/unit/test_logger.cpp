@@ -153,26 +153,6 @@ TEST_F(LoggerTest, DateSwitchClosesTheOldFiles)
     EXPECT_EQ(openDescriptors(), open);
 }
 
-TEST_F(LoggerTest, LinesOnTheRealClockHaveTheDocumentedForm)
-{
-    dvtest::useRealClock();
-    DVLogicsLogger::ResetForTesting();
-    DVLogicsLogger::LogMessage("real", DVERROR, DVLOGICSLOG, DVERRORLOG);
-    const std::regex line("w\\d{2} \\d{2}:\\d{2}:\\d{2}\\.\\d{3} !! real");
-    const std::regex errorLine("\\d{4}-\\d{2}-\\d{2} (Sun|Mon|Tue|Wed|Thu|Fri|Sat) w\\d{2} \\d{2}:\\d{2}:\\d{2}\\.\\d{3} !! real");
-    bool logicSeen = false, errorSeen = false;
-    for (const auto& name : dvtest::listDir(dir.path())) {
-        const auto lines = dvtest::readLines(dir.file(name));
-        if (std::regex_match(name, std::regex("dvlogic_(Sun|Mon|Tue|Wed|Thu|Fri|Sat)\\.log")) && lines.size() == 1)
-            logicSeen = std::regex_match(lines[0], line);
-        if (std::regex_match(name, std::regex("dverror_(Jan|Feb|Mar|Apr|May|Jun|Jul|Aug|Sep|Oct|Nov|Dec)\\.log")) &&
-            lines.size() == 1)
-            errorSeen = std::regex_match(lines[0], errorLine);
-    }
-    EXPECT_TRUE(logicSeen);
-    EXPECT_TRUE(errorSeen);
-}
-
 TEST_F(LoggerTest, WeekdayFileWithAnUnreadableHeadIsEmptied)
 {
     dvtest::writeFile(logic(), "garbage\n");

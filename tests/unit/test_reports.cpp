@@ -284,17 +284,6 @@ TEST_F(ReportTest, SessionRecords)
     EXPECT_EQ(got[4].texts[0], "Dravik 1.2 SN 4711");
 }
 
-TEST_F(ReportTest, ErrorAndSessionTextsAreCutToTheirCapacities)
-{
-    dvtest::writeFile(config.file("dvlang.ini"), "[Lang]\nError Code 7 = " + std::string(300, 'T') + "\n");
-    sendErrorEvent("NOTE JAM      07");
-    ASSERT_EQ(events("error").size(), 1u);
-    EXPECT_EQ(events("error")[0].texts[0], std::string(DV_ERROR_TEXT_SIZE - 1, 'T'));
-    sendCashSessionEvent("CR/RF00000100 and a long remark");
-    ASSERT_EQ(events("session").size(), 1u);
-    EXPECT_EQ(events("session")[0].texts[0], std::string("CR/RF00000100 and a long remark").substr(0, DV_SESSION_EXTINFO_SIZE - 1));
-}
-
 TEST_F(ReportTest, RestReports)
 {
     feed("c0000050001");
